@@ -1,0 +1,38 @@
+# What every target of the project shares: include root, warnings, sanitizers, export lists.
+
+add_library(vantel_options INTERFACE)
+target_include_directories(vantel_options INTERFACE ${PROJECT_SOURCE_DIR})
+target_compile_options(vantel_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
+if(VANTEL_SANITIZE)
+    target_compile_options(vantel_options INTERFACE -fsanitize=${VANTEL_SANITIZE}
+                           -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(vantel_options INTERFACE -fsanitize=${VANTEL_SANITIZE})
+endif()
+if(MINGW)
+    # printf of the C99 kind, so that %lu, %lf and %zu mean the same on both systems.
+    target_compile_definitions(vantel_options INTERFACE __USE_MINGW_ANSI_STDIO=1 UNICODE _UNICODE)
+endif()
+
+# vantel_shared_library(name exports): versions the shared library and limits what it exports to the
+# list `exports`.map (ELF) or `exports`.def (Windows), both kept beside the library's sources.
+function(vantel_shared_library name exports)
+    set_target_properties(${name} PROPERTIES VERSION ${PROJECT_VERSION}
+                          SOVERSION ${PROJECT_VERSION_MAJOR})
+    if(WIN32)
+        target_sources(${name} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/${exports}.def)
+        # One name everywhere: vantel.dll, not vantel-1.dll or libvantel.dll.
+        set_target_properties(${name} PROPERTIES PREFIX "" VERSION "" SOVERSION "")
+    else()
+        set(map ${CMAKE_CURRENT_SOURCE_DIR}/${exports}.map)
+        target_link_options(${name} PRIVATE -Wl,--version-script=${map} -Wl,--no-undefined)
+        set_target_properties(${name} PROPERTIES LINK_DEPENDS ${map} INSTALL_RPATH "$ORIGIN")
+        # Sanitizer runtimes are resolved from the program, not from the library.
+        if(VANTEL_SANITIZE)
+            target_link_options(${name} PRIVATE -Wl,-z,undefs)
+        endif()
+    endif()
+    install(TARGETS ${name} EXPORT vantelTargets
+            RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+            LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+            ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+endfunction()

@@ -1,0 +1,51 @@
+// The instance that a host's handle points to, and the way in which its nodes reach the host.
+#pragma once
+
+#include "tools/heap_text.h"
+
+#include <cstdint>
+
+namespace vantel
+{
+
+struct ServerRunner;
+struct AgentRecord;
+struct ProcessorRecord;
+struct VadRecord;
+struct DmsRecord;
+
+// An answer is null or a malloc'ed text, which the library frees.
+using HostCallback = char *(*)(void *user, const void *data, uint32_t length, int32_t type,
+                               int32_t event);
+
+// Payload types of the host callback.
+constexpr int32_t kTypeJson = 101;
+constexpr int32_t kTypePcm = 102;
+constexpr int32_t kTypeDeviceInfo = 103;
+
+// Slots are null until filled; a part that could not be made leaves its slot null.
+struct NodeTable {
+    ServerRunner *server = nullptr;
+    AgentRecord *agent = nullptr;
+    ProcessorRecord *processor = nullptr;
+    VadRecord *vad = nullptr;
+    DmsRecord *dms = nullptr;
+};
+
+// Constant once the constructing function has filled it, except by vantelDelete. The order of the
+// first two members is part of the binary interface.
+struct Instance {
+    void *bus = nullptr; // null: inert, every operation is refused
+    NodeTable *nodes = nullptr;
+    HostCallback callback = nullptr; // null: nothing is delivered
+    void *user = nullptr;
+};
+
+// Calls the host callback, which must be set, and returns its answer.
+inline HeapText deliver(const Instance *instance, const void *data, uint32_t length, int32_t type,
+                        int32_t event)
+{
+    return HeapText{instance->callback(instance->user, data, length, type, event)};
+}
+
+} // namespace vantel

@@ -1,0 +1,50 @@
+// A speech engine that does what a test tells it: the whole contract of contracts/ostrel.h, as a
+// shared library of the real one's name. It records every call and delivers queued callbacks from
+// inside start, feed and stop. Control functions may be called from any thread.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#if defined(_WIN32)
+#define SCRIPTED_API __attribute__((dllexport))
+#else
+#define SCRIPTED_API __attribute__((visibility("default")))
+#endif
+
+namespace scripted
+{
+
+enum class Part { vad, asr };
+enum class Moment { start, feed, stop };
+
+struct Call {
+    std::string function; // "ostrel_vad_feed"
+    std::string text;     // its configuration or start text; "(null)" for null
+    std::string pcm;      // the bytes fed
+};
+
+// Forgets calls, results and queued callbacks. Live handles stay usable.
+SCRIPTED_API void reset();
+
+// What the function returns from now on; for ..._new anything but 0 gives a null handle.
+// ostrel_library_opt returns -42 until told otherwise, all others 0.
+SCRIPTED_API void setResult(const std::string &function, int32_t result);
+
+// Queues a callback of `part`, delivered inside the next call of that moment; callbacks of one moment
+// come in the order in which they were queued, all in one call. With `afterBytes`, for Moment::feed:
+// inside the feed call in which the bytes fed since the last start reach that number.
+SCRIPTED_API void emit(Part part, Moment moment, int32_t kind, const std::string &data,
+                       int64_t afterBytes = 0);
+
+// The calls so far, in order, of functions that begin with `prefix`.
+SCRIPTED_API std::vector<Call> calls(const std::string &prefix = "");
+
+// The names of those calls.
+SCRIPTED_API std::vector<std::string> callNames(const std::string &prefix = "");
+
+// Handles that were made and not deleted.
+SCRIPTED_API int32_t liveHandles();
+
+} // namespace scripted

@@ -1,0 +1,51 @@
+#include "tools/json.h"
+
+#include <cstring>
+
+namespace vantel
+{
+
+Json jsonParse(const char *text)
+{
+    return Json{text ? cJSON_Parse(text) : nullptr};
+}
+
+HeapText jsonPrint(const cJSON *tree)
+{
+    return HeapText{cJSON_PrintUnformatted(tree)};
+}
+
+HeapText jsonPrintFormatted(const cJSON *tree)
+{
+    return HeapText{cJSON_Print(tree)};
+}
+
+const cJSON *jsonMember(const cJSON *object, const char *key)
+{
+    return cJSON_GetObjectItem(object, key);
+}
+
+const char *jsonString(const cJSON *object, const char *key)
+{
+    return cJSON_GetStringValue(jsonMember(object, key));
+}
+
+const cJSON *jsonObject(const cJSON *object, const char *key)
+{
+    const cJSON *member = jsonMember(object, key);
+    return cJSON_IsObject(member) ? member : nullptr;
+}
+
+bool jsonIs(const cJSON *object, const char *key, const char *value)
+{
+    const char *text = jsonString(object, key);
+    return text && std::strcmp(text, value) == 0;
+}
+
+int jsonInt(const cJSON *object, const char *key, int fallback)
+{
+    const cJSON *member = jsonMember(object, key);
+    return member ? member->valueint : fallback;
+}
+
+} // namespace vantel

@@ -1,0 +1,47 @@
+// Owned cJSON trees and the few ways in which the system reads and prints them.
+//
+// Keys match without regard to letter case. A text counts as JSON when it begins with a complete
+// value; whatever follows is ignored.
+#pragma once
+
+#include "tools/heap_text.h"
+
+#include <cJSON.h>
+#include <memory>
+
+namespace vantel
+{
+
+struct JsonDelete {
+    void operator()(cJSON *tree) const { cJSON_Delete(tree); }
+};
+
+using Json = std::unique_ptr<cJSON, JsonDelete>;
+
+// Empty when the text is null or not JSON.
+Json jsonParse(const char *text);
+
+// Printed without white space; empty when there is no memory.
+HeapText jsonPrint(const cJSON *tree);
+
+// Printed with line breaks and tabs.
+HeapText jsonPrintFormatted(const cJSON *tree);
+
+// The member's string; null when there is no such member or it is not a string. `object` may be
+// null or of any type, here and below.
+const char *jsonString(const cJSON *object, const char *key);
+
+// The member when it is an object, else null.
+const cJSON *jsonObject(const cJSON *object, const char *key);
+
+// The member of any type, or null.
+const cJSON *jsonMember(const cJSON *object, const char *key);
+
+// Whether the member is exactly the string `value`.
+bool jsonIs(const cJSON *object, const char *key, const char *value);
+
+// The member's integer: cut from a number, 1 for true, 0 for any other kind; `fallback` when it is
+// absent.
+int jsonInt(const cJSON *object, const char *key, int fallback);
+
+} // namespace vantel
