@@ -167,8 +167,13 @@ bool platformEpochToUtc(int64_t seconds, LocalTime *utc)
     time_t time = seconds;
     tm parts{};
     if (!gmtime_r(&time, &parts)) return false;
-    *utc = {parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday, parts.tm_hour,
-            parts.tm_min,         parts.tm_sec,     0};
+    *utc = {parts.tm_year + 1900,
+            parts.tm_mon + 1,
+            parts.tm_mday,
+            parts.tm_hour,
+            parts.tm_min,
+            parts.tm_sec,
+            0};
     return true;
 }
 
@@ -218,7 +223,8 @@ std::string platformModuleDirectory(const void *address)
 {
     Dl_info module{};
     if (dladdr(address, &module) == 0 || !module.dli_fname) return {};
-    std::unique_ptr<char, decltype(&std::free)> path{realpath(module.dli_fname, nullptr), std::free};
+    std::unique_ptr<char, decltype(&std::free)> path{realpath(module.dli_fname, nullptr),
+                                                     std::free};
     std::string folder = path ? path.get() : module.dli_fname;
     size_t slash = folder.rfind('/');
     return slash == std::string::npos ? "." : folder.substr(0, slash);

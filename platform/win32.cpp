@@ -124,8 +124,8 @@ LocalTime platformLocalTime()
 {
     SYSTEMTIME now;
     GetLocalTime(&now);
-    return {now.wYear, now.wMonth, now.wDay, now.wHour, now.wMinute, now.wSecond,
-            now.wMilliseconds};
+    return {now.wYear,   now.wMonth,  now.wDay,         now.wHour,
+            now.wMinute, now.wSecond, now.wMilliseconds};
 }
 
 int64_t platformLocalToEpoch(const LocalTime &local)
@@ -146,8 +146,13 @@ bool platformEpochToUtc(int64_t seconds, LocalTime *utc)
     // The C runtime's buffer belongs to the calling thread.
     const tm *parts = _gmtime64(&seconds);
     if (!parts) return false;
-    *utc = {parts->tm_year + 1900, parts->tm_mon + 1, parts->tm_mday, parts->tm_hour,
-            parts->tm_min,         parts->tm_sec,     0};
+    *utc = {parts->tm_year + 1900,
+            parts->tm_mon + 1,
+            parts->tm_mday,
+            parts->tm_hour,
+            parts->tm_min,
+            parts->tm_sec,
+            0};
     return true;
 }
 

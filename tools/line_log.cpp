@@ -82,10 +82,9 @@ void rollOver(LineLog *log)
 // The date text changes once a second; converting it costs more than the rest of the line.
 void refreshDate(LineLog *log, const LocalTime &now)
 {
-    int64_t second = ((((now.year * 12LL + now.month) * 31 + now.day) * 24 + now.hour) * 60 +
-                      now.minute) *
-                         60 +
-                     now.second;
+    int64_t second =
+        ((((now.year * 12LL + now.month) * 31 + now.day) * 24 + now.hour) * 60 + now.minute) * 60 +
+        now.second;
     if (second == log->dateSecond) return;
     log->dateSecond = second;
     formatLogDate(now, log->date, sizeof log->date);

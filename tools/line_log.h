@@ -34,7 +34,7 @@ struct LineLog {
     // Guarded by the mutex.
     quenda_mk_mutex mutex = nullptr; // null: not initialised
     int32_t threshold = 0;
-    std::FILE *stream = nullptr; // null: not initialised
+    std::FILE *stream = nullptr;  // null: not initialised
     std::unique_ptr<char[]> line; // kLogLineBytes
     std::string path;
     float sizeLimitBytes = 20971520.0F; // 0 or less: no limit
@@ -45,8 +45,8 @@ struct LineLog {
 
 constexpr int32_t kLogLineBytes = 4096;
 
-// Opens the log: appends to `path` when `mode` is not 0, else starts it afresh; standard output when
-// the path is null, empty or cannot be opened. On an open log only the threshold changes.
+// Opens the log: appends to `path` when `mode` is not 0, else starts it afresh; standard output
+// when the path is null, empty or cannot be opened. On an open log only the threshold changes.
 void lineLogInit(LineLog *log, int32_t threshold, const char *path, int32_t mode, float sizeMb);
 
 // Closes the log; later lines are dropped. A file is closed, standard output is not.

@@ -10,9 +10,9 @@ namespace vantel
 void logInit(int32_t threshold, const char *path, int32_t mode, float sizeMb);
 void logRelease();
 
-// Writes a line when `level` is at least the threshold. `file` is the source path without extension,
-// `function` the operation that writes the line (accepted, not printed). The format begins with two
-// blanks and "%s", whose argument is the module's tag.
+// Writes a line when `level` is at least the threshold. `file` is the source path without
+// extension, `function` the operation that writes the line (accepted, not printed). The format
+// begins with two blanks and "%s", whose argument is the module's tag.
 void logPrint(int32_t level, const char *file, int32_t line, const char *function,
               const char *format, ...) VANTEL_PRINTF(5, 6);
 

@@ -50,8 +50,8 @@ int32_t quenda_mk_thread_init(ThreadRecord *record, const char *name)
 
 int32_t quenda_mk_thread_create(ThreadRecord *record, ThreadEntry entry, void *argument)
 {
-    std::unique_ptr<StartContext> context{
-        new (std::nothrow) StartContext{entry, argument, &record->ended}};
+    std::unique_ptr<StartContext> context{new (std::nothrow)
+                                              StartContext{entry, argument, &record->ended}};
     if (!context) return -1;
     record->handle = platformThreadCreate(record->stackSize, trampoline, context.get());
     // The new thread frees the context.

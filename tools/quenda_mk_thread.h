@@ -39,9 +39,9 @@ int32_t quenda_mk_thread_start(ThreadRecord *record, const char *name,
 // An unowned kernel mutex, or null, on which lock, unlock and destroy do nothing.
 using quenda_mk_mutex = PlatformMutex;
 
-int32_t quenda_mk_mutex_create(quenda_mk_mutex *mutex); // 0, or -1 with a null mutex
-int32_t quenda_mk_mutex_lock(quenda_mk_mutex *mutex);   // waits without limit; 0
-int32_t quenda_mk_mutex_unlock(quenda_mk_mutex *mutex); // 0
+int32_t quenda_mk_mutex_create(quenda_mk_mutex *mutex);  // 0, or -1 with a null mutex
+int32_t quenda_mk_mutex_lock(quenda_mk_mutex *mutex);    // waits without limit; 0
+int32_t quenda_mk_mutex_unlock(quenda_mk_mutex *mutex);  // 0
 int32_t quenda_mk_mutex_destroy(quenda_mk_mutex *mutex); // 0; the mutex is null then
 
 } // namespace vantel

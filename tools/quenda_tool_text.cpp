@@ -75,8 +75,8 @@ HeapText quendaReplace(const char *text, const char *old, const char *replacemen
     const size_t oldBytes = std::strlen(old);
     const size_t newBytes = std::strlen(replacement);
     const size_t found = count(text, old, oldBytes);
-    HeapText result{
-        static_cast<char *>(std::malloc(std::strlen(text) - found * oldBytes + found * newBytes + 1))};
+    HeapText result{static_cast<char *>(
+        std::malloc(std::strlen(text) - found * oldBytes + found * newBytes + 1))};
     if (!result) {
         std::puts("quendaReplace malloc failed");
         return {};

@@ -29,8 +29,8 @@ constexpr ErrorCode kErrWakeupWords = -7288;
 constexpr ErrorCode kErrGramCore = -7199;
 constexpr ErrorCode kErrParams = -6899;
 
-// {"errId", "errMsg", "extra"}: the code, its message, and the extra text, when there is one, as the
-// JSON value that it begins with or else as a string. Empty only without memory. Any thread.
+// {"errId", "errMsg", "extra"}: the code, its message, and the extra text, when there is one, as
+// the JSON value that it begins with or else as a string. Empty only without memory. Any thread.
 HeapText errorReport(ErrorCode code, const char *extra);
 
 // Publishes the report of `code` (no extra text) on "sys.vantel.error" from `node`.

@@ -1,7 +1,7 @@
 // What the loops of all nodes share: how a node's thread starts, runs and ends.
 //
-// Every node record has the members `thread`, `bus`, `node`, `running`; the node handle is written on
-// the node's own thread before `running` is set, and is constant until the loop is stopped.
+// Every node record has the members `thread`, `bus`, `node`, `running`; the node handle is written
+// on the node's own thread before `running` is set, and is constant until the loop is stopped.
 #pragma once
 
 #include "contracts/quillon.h"

@@ -32,9 +32,9 @@ SCRIPTED_API void reset();
 // ostrel_library_opt returns -42 until told otherwise, all others 0.
 SCRIPTED_API void setResult(const std::string &function, int32_t result);
 
-// Queues a callback of `part`, delivered inside the next call of that moment; callbacks of one moment
-// come in the order in which they were queued, all in one call. With `afterBytes`, for Moment::feed:
-// inside the feed call in which the bytes fed since the last start reach that number.
+// Queues a callback of `part`, delivered inside the next call of that moment; callbacks of one
+// moment come in the order in which they were queued, all in one call. With `afterBytes`, for
+// Moment::feed: inside the feed call in which the bytes fed since the last start reach that number.
 SCRIPTED_API void emit(Part part, Moment moment, int32_t kind, const std::string &data,
                        int64_t afterBytes = 0);
 

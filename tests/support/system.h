@@ -72,8 +72,8 @@ struct SystemOptions {
     bool isInitialised = true; // false: vantelNew without vantelInit
 };
 
-// Initialises the library with a log file at level 1 in a fresh folder, makes one instance, and takes
-// both down again.
+// Initialises the library with a log file at level 1 in a fresh folder, makes one instance, and
+// takes both down again.
 class System
 {
 public:
@@ -100,11 +100,12 @@ public:
     void onEvent(std::function<void(const Event &)> handler);
 
     // Each of these settles first.
-    std::vector<Event> events();                     // all, in order
+    std::vector<Event> events();                       // all, in order
     std::vector<std::string> eventData(int32_t event); // of one kind
-    std::vector<std::string> statuses();             // names, from event 1012
-    std::vector<Message> heard();                    // by the observer
-    // "[I]  ZQ-localVad onStart": level and message of the lines with this text, without the newline.
+    std::vector<std::string> statuses();               // names, from event 1012
+    std::vector<Message> heard();                      // by the observer
+    // "[I]  ZQ-localVad onStart": level and message of the lines with this text, without the
+    // newline.
     std::vector<std::string> log(const std::string &containing = "");
     void forget(); // events, messages and log lines so far
 
@@ -120,6 +121,7 @@ private:
     void *handle_ = nullptr;
     bool isInitialised_;
     std::unique_ptr<Member> observer_;
+    std::vector<Message> heardBeforeClose_;
     mutable std::mutex mutex_;
     std::vector<Event> events_;
     std::map<int32_t, std::string> answers_;
