@@ -2,6 +2,7 @@
 
 #include "contracts/ostrel.h"
 
+#include <algorithm>
 #include <map>
 #include <mutex>
 #include <set>
@@ -60,15 +61,12 @@ std::vector<Emission> takeDue(Handle *handle, Moment moment)
 {
     std::lock_guard locked{script().mutex};
     std::vector<Emission> &queue = script().queued[{handle->part, moment}];
-    std::vector<Emission> due;
-    size_t kept = 0;
-    for (Emission &emission : queue) {
-        if (emission.afterBytes <= handle->fedBytes)
-            due.push_back(std::move(emission));
-        else
-            queue[kept++] = std::move(emission);
-    }
-    queue.resize(kept);
+    auto isLater = [handle](const Emission &emission) {
+        return emission.afterBytes > handle->fedBytes;
+    };
+    auto firstDue = std::stable_partition(queue.begin(), queue.end(), isLater);
+    std::vector<Emission> due(firstDue, queue.end());
+    queue.erase(firstDue, queue.end());
     return due;
 }
 
