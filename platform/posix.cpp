@@ -86,8 +86,8 @@ PlatformThread platformThreadCreate(uint32_t stackBytes, PlatformThreadStart sta
         errno = error;
         return nullptr;
     }
-    if (stackBytes > 0) pthread_attr_setstacksize(&attributes, stackBytes);
-    int error = pthread_create(&thread->id, &attributes, threadMain, thread.get());
+    int error = stackBytes > 0 ? pthread_attr_setstacksize(&attributes, stackBytes) : 0;
+    if (error == 0) error = pthread_create(&thread->id, &attributes, threadMain, thread.get());
     pthread_attr_destroy(&attributes);
     if (error != 0) {
         errno = error;

@@ -1,0 +1,13 @@
+# The Debian packages of each task, for scripts/install-packages. "program:package" is installed only
+# when the program is missing.
+
+build_packages=(
+    g++ cmake:cmake ninja:ninja-build pkg-config:pkg-config
+    libcjson-dev
+    libpocketsphinx-dev libsphinxbase-dev pocketsphinx-en-us libwebrtc-audio-processing-dev
+    flite1-dev
+    libsndfile1-dev libsamplerate0-dev portaudio19-dev libcli11-dev
+    npm:npm
+)
+run_packages=(pocketsphinx-testdata)
+test_packages=(libgtest-dev libgmock-dev pocketsphinx-testdata)

@@ -1,0 +1,100 @@
+#include "tools/json.h"
+#include "tools/quenda_tool.h"
+
+#include <cstring>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+using namespace vantel;
+
+namespace
+{
+
+std::string orNone(const HeapText &text)
+{
+    return text ? text.get() : "(none)";
+}
+
+TEST(Replace, ReplacesEveryOccurrenceOnceFromTheLeft)
+{
+    EXPECT_EQ(orNone(quendaReplace("a-b-c", "-", "")), "abc");
+    EXPECT_EQ(orNone(quendaReplace("", "-", "x")), "");
+    EXPECT_EQ(orNone(quendaReplace("aaa", "aa", "b")), "ba");
+    EXPECT_EQ(orNone(quendaReplace("aa", "a", "aa")), "aaaa");
+    EXPECT_EQ(orNone(quendaReplace(nullptr, "a", "b")), "(none)");
+    EXPECT_EQ(orNone(quendaReplace("a", nullptr, "b")), "(none)");
+    EXPECT_EQ(orNone(quendaReplace("a", "a", nullptr)), "(none)");
+}
+
+TEST(LastOccurrence, FindsTheLastInWholeSteps)
+{
+    EXPECT_EQ(orNone(lastOccurrenceTail("你好小乐", "小乐", 3)), "小乐");
+    EXPECT_EQ(orNone(lastOccurrenceTail("乐乐乐", "乐乐", 3)), "乐乐");
+    EXPECT_EQ(orNone(lastOccurrenceTail("小乐小欧", "小乐", 3)), "小乐小欧");
+    EXPECT_EQ(orNone(lastOccurrenceTail("你好", "乐", 3)), "(none)");
+    EXPECT_EQ(orNone(lastOccurrenceTail("ab", "b", 3)), "b");
+}
+
+TEST(Spacing, LeavesOneBlankBetweenAsciiWordsAndNoneBesideChinese)
+{
+    struct {
+        const char *text;
+        const char *tidy;
+    } cases[] = {
+        {"  ab   cd  ", "ab cd"},
+        {"打 开 空 调", "打开空调"},
+        {"打  开", "打开"},
+        {"play  music", "play music"},
+        {"打开 wifi", "打开wifi"},
+        {"wifi  打开 now ok", "wifi打开now ok"},
+        {"ok", ""},
+        {"    ", ""},
+        {"", ""},
+        {"abc\xE4", "abc\xE4"}, // a character that is cut short is not read beyond its end
+    };
+    for (const auto &c : cases) {
+        std::vector<char> out(std::strlen(c.text) + 1, 'x');
+        EXPECT_EQ(normaliseSpacing(c.text, out.data(), static_cast<int32_t>(out.size())), 0);
+        EXPECT_STREQ(out.data(), c.tidy);
+    }
+    char out[4];
+    EXPECT_EQ(normaliseSpacing(nullptr, out, 4), -1);
+    EXPECT_EQ(normaliseSpacing("text", nullptr, 4), -1);
+}
+
+std::vector<std::string> subsets(const std::string &text, int32_t width, int32_t spare = 0)
+{
+    int32_t length = static_cast<int32_t>(text.size());
+    int32_t capacity = (1 << (length / width)) * (length + 3) + 2 + spare;
+    std::vector<char> out(static_cast<size_t>(capacity) + 1);
+    int32_t position = 0;
+    expandSubsets(text.c_str(), length, width, out.data(), &position, capacity, length);
+    Json array = jsonParse(out.data());
+    std::vector<std::string> items;
+    for (const cJSON *item = array ? array->child : nullptr; item; item = item->next)
+        items.emplace_back(item->valuestring);
+    return items;
+}
+
+TEST(Subsets, EnumerateAllSubsequencesInBinaryOrder)
+{
+    EXPECT_EQ(subsets("ABC", 1),
+              (std::vector<std::string>{"", "A", "B", "AB", "C", "AC", "BC", "ABC"}));
+    auto word = subsets("你好小乐", 3);
+    ASSERT_EQ(word.size(), 16U);
+    EXPECT_EQ(word.front(), "");
+    EXPECT_EQ(word[5], "你小");
+    EXPECT_EQ(word.back(), "你好小乐");
+    // The character that marks a deletion vanishes from every element.
+    EXPECT_EQ(subsets("你鳏", 3), (std::vector<std::string>{"", "你", "", "你"}));
+}
+
+TEST(Subsets, TooSmallACapacityLeavesTheArrayOpen)
+{
+    testing::internal::CaptureStdout();
+    EXPECT_TRUE(subsets("ABC", 1, -6).empty());
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "mid overflow\n");
+}
+
+} // namespace

@@ -1,0 +1,88 @@
+#include "tools/log.h"
+#include "tools/quenda_mk_thread.h"
+
+#include <gtest/gtest.h>
+#include <string>
+
+using namespace vantel;
+
+namespace
+{
+
+class Threads : public testing::Test
+{
+protected:
+    Threads() { logInit(kVerbose, nullptr, 0, 20); }
+    ~Threads() override { logRelease(); }
+
+    // What `action` writes to the log, which goes to standard output here.
+    template <typename Action> static std::string logged(Action action)
+    {
+        testing::internal::CaptureStdout();
+        action();
+        return testing::internal::GetCapturedStdout();
+    }
+
+    ThreadRecord record_;
+    std::atomic<int32_t> running_{0};
+};
+
+TEST_F(Threads, JoinReportsExitCodeZeroAndClearsTheHandle)
+{
+    quenda_mk_thread_init(&record_, "sbcp_test");
+    std::string created = logged([this] {
+        ASSERT_EQ(quenda_mk_thread_create(
+                      &record_, [](void *) {}, nullptr),
+                  0);
+    });
+    EXPECT_NE(created.find("  ZQ-thread 创建线程， handle: "), std::string::npos);
+    EXPECT_TRUE(created.ends_with(", name: sbcp_test\n"));
+    std::string joined = logged([this] { EXPECT_EQ(quenda_mk_thread_join(&record_), 0); });
+    EXPECT_NE(joined.find("  ZQ-thread 线程正常退出, ret: 0, handle: "), std::string::npos);
+    EXPECT_NE(joined.find(", threadName:sbcp_test\n"), std::string::npos);
+    EXPECT_TRUE(joined.ends_with("  ZQ-thread 线程的返回值是0\n"));
+    EXPECT_EQ(record_.handle, nullptr);
+}
+
+TEST_F(Threads, ASecondJoinFailsAndIsLogged)
+{
+    quenda_mk_thread_init(&record_, "sbcp_test");
+    std::string joined = logged([this] { EXPECT_EQ(quenda_mk_thread_join(&record_), 1); });
+    EXPECT_NE(joined.find("  ZQ-thread 等待线程退出等待失败。错误代码："), std::string::npos);
+}
+
+TEST_F(Threads, StartReturnsOnceTheLoopRunsAlsoWhenItEndsAtOnce)
+{
+    struct Loop {
+        std::atomic<int32_t> *running;
+        std::atomic<bool> leave{false};
+    } loop{&running_};
+    auto entry = [](void *argument) {
+        Loop *theLoop = static_cast<Loop *>(argument);
+        theLoop->running->store(1);
+        while (!theLoop->leave)
+            std::atomic_signal_fence(std::memory_order_seq_cst);
+        theLoop->running->store(0);
+    };
+    ASSERT_EQ(quenda_mk_thread_start(&record_, "sbcp_test", &running_, entry, &loop), 0);
+    EXPECT_EQ(running_, 1);
+    loop.leave = true;
+    EXPECT_EQ(quenda_mk_thread_join(&record_), 0);
+
+    auto nothing = [](void *) {};
+    ASSERT_EQ(quenda_mk_thread_start(&record_, "sbcp_test", &running_, nothing, nullptr), 0);
+    EXPECT_EQ(quenda_mk_thread_join(&record_), 0);
+}
+
+TEST(Mutex, OperationsOnNoMutexDoNothing)
+{
+    quenda_mk_mutex mutex = nullptr;
+    EXPECT_EQ(quenda_mk_mutex_lock(&mutex), 0);
+    EXPECT_EQ(quenda_mk_mutex_unlock(&mutex), 0);
+    EXPECT_EQ(quenda_mk_mutex_destroy(&mutex), 0);
+    ASSERT_EQ(quenda_mk_mutex_create(&mutex), 0);
+    EXPECT_EQ(quenda_mk_mutex_destroy(&mutex), 0);
+    EXPECT_EQ(mutex, nullptr);
+}
+
+} // namespace
