@@ -76,6 +76,9 @@ int32_t platformMakeDirectory(const char *path);
 // fopen with a UTF-8 path.
 std::FILE *platformOpenFile(const char *path, const char *mode);
 
+// Whether the stream shows on a terminal.
+bool platformIsTerminal(std::FILE *stream);
+
 // Loads a shared library at run time; null when it cannot be loaded. Symbols are null when absent.
 void *platformLibraryOpen(const char *path);
 void *platformLibrarySymbol(void *library, const char *name);

@@ -204,6 +204,11 @@ std::FILE *platformOpenFile(const char *path, const char *mode)
     return std::fopen(path, mode);
 }
 
+bool platformIsTerminal(std::FILE *stream)
+{
+    return isatty(fileno(stream)) != 0;
+}
+
 void *platformLibraryOpen(const char *path)
 {
     return dlopen(path, RTLD_NOW | RTLD_LOCAL);

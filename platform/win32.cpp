@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 #include <ctime>
+#include <io.h>
 #include <memory>
 #include <new>
 #include <process.h>
@@ -183,6 +184,11 @@ int32_t platformMakeDirectory(const char *path)
 std::FILE *platformOpenFile(const char *path, const char *mode)
 {
     return _wfopen(widen(path).c_str(), widen(mode).c_str());
+}
+
+bool platformIsTerminal(std::FILE *stream)
+{
+    return _isatty(_fileno(stream)) != 0;
 }
 
 void *platformLibraryOpen(const char *path)
