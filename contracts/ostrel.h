@@ -10,6 +10,8 @@
 #ifndef VANTEL_CONTRACTS_OSTREL_H
 #define VANTEL_CONTRACTS_OSTREL_H
 
+#include "contracts/export.h"
+
 #include <stdint.h>
 
 #ifdef __cplusplus
@@ -19,38 +21,38 @@ extern "C" {
 /* Result of ostrel_asr_feed for an utterance longer than the recogniser takes. */
 #define OSTREL_LIMIT_EXCEEDED (-9891)
 
-/* Kind 0 with data is a JSON text of `length` bytes: a status of the detector ({"status", "offset"},
- * status 1 when speech began, 2 when it ended, offset in bytes of the audio fed since the start) or
- * a result of the recogniser. Any other kind, from the detector only, is PCM of the speech. The data
- * belongs to the engine and is valid during the call. Returns 0. */
+/* Kind 0 with data is a JSON text of `length` bytes: a status of the detector ({"status",
+ * "offset"}, status 1 when speech began, 2 when it ended, offset in bytes of the audio fed since
+ * the start) or a result of the recogniser. Any other kind, from the detector only, is PCM of the
+ * speech. The data belongs to the engine and is valid during the call. Returns 0. */
 typedef int32_t (*ostrel_callback)(void *user, int32_t kind, const void *data, int32_t length);
 
-int32_t ostrel_library_load(const char *configuration);
+CONTRACT_API int32_t ostrel_library_load(const char *configuration);
 /* With (1, 0, 0): the error code of the failed load. */
-int32_t ostrel_library_opt(int32_t option, int32_t, int32_t);
-void ostrel_library_release(void);
+CONTRACT_API int32_t ostrel_library_opt(int32_t option, int32_t, int32_t);
+CONTRACT_API void ostrel_library_release(void);
 
-void *ostrel_vad_new(const char *configuration, ostrel_callback callback, void *user);
+CONTRACT_API void *ostrel_vad_new(const char *configuration, ostrel_callback callback, void *user);
 /* The start text is {"pauseTime": milliseconds of trailing silence that end speech}, or null. */
-int32_t ostrel_vad_start(void *handle, const char *startText);
-int32_t ostrel_vad_feed(void *handle, const void *pcm, int32_t bytes);
-int32_t ostrel_vad_stop(void *handle);
-int32_t ostrel_vad_delete(void *handle);
+CONTRACT_API int32_t ostrel_vad_start(void *handle, const char *startText);
+CONTRACT_API int32_t ostrel_vad_feed(void *handle, const void *pcm, int32_t bytes);
+CONTRACT_API int32_t ostrel_vad_stop(void *handle);
+CONTRACT_API int32_t ostrel_vad_delete(void *handle);
 
-void *ostrel_gram_new(const char *configuration);
+CONTRACT_API void *ostrel_gram_new(const char *configuration);
 /* Compiles the grammar that the configuration names; the handle is deleted afterwards. */
-int32_t ostrel_gram_start(void *handle, const char *configuration);
-int32_t ostrel_gram_delete(void *handle);
+CONTRACT_API int32_t ostrel_gram_start(void *handle, const char *configuration);
+CONTRACT_API int32_t ostrel_gram_delete(void *handle);
 
-void *ostrel_asr_new(const char *configuration, ostrel_callback callback, void *user);
+CONTRACT_API void *ostrel_asr_new(const char *configuration, ostrel_callback callback, void *user);
 /* The start text is {"env": "name=value;..."}. */
-int32_t ostrel_asr_start(void *handle, const char *startText);
-int32_t ostrel_asr_feed(void *handle, const void *pcm, int32_t bytes);
+CONTRACT_API int32_t ostrel_asr_start(void *handle, const char *startText);
+CONTRACT_API int32_t ostrel_asr_feed(void *handle, const void *pcm, int32_t bytes);
 /* Ends the utterance: the final result is delivered before this returns. */
-int32_t ostrel_asr_stop(void *handle);
+CONTRACT_API int32_t ostrel_asr_stop(void *handle);
 /* Drops the utterance: nothing is delivered. */
-int32_t ostrel_asr_cancel(void *handle);
-int32_t ostrel_asr_delete(void *handle);
+CONTRACT_API int32_t ostrel_asr_cancel(void *handle);
+CONTRACT_API int32_t ostrel_asr_delete(void *handle);
 
 #ifdef __cplusplus
 }

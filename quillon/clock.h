@@ -2,6 +2,8 @@
 #ifndef VANTEL_QUILLON_CLOCK_H
 #define VANTEL_QUILLON_CLOCK_H
 
+#include "contracts/export.h"
+
 #include <stdint.h>
 
 #ifdef __cplusplus
@@ -10,7 +12,7 @@ extern "C" {
 
 /* Moves the bus's clock on by `milliseconds` (0 or more): timers that are due then expire, in the
  * order in which they were due. Any thread; returns at once. 0, or -1. */
-int32_t quillon_clock_advance(void *bus, int32_t milliseconds);
+CONTRACT_API int32_t quillon_clock_advance(void *bus, int32_t milliseconds);
 
 #ifdef __cplusplus
 }

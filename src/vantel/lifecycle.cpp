@@ -1,0 +1,232 @@
+// How an instance is built and taken down.
+#include "contracts/quillon.h"
+#include "include/vantel/vantel.h"
+#include "src/agent/agent.h"
+#include "src/dms/dms.h"
+#include "src/processor/processor.h"
+#include "src/vad/vad.h"
+#include "src/vantel/instance.h"
+#include "src/vantel/node_loop.h"
+#include "src/vantel/settings.h"
+#include "src/vantel/vantel_log.h"
+
+#include <memory>
+#include <new>
+
+namespace vantel
+{
+
+// The thread that runs the bus's server loop.
+struct ServerRunner {
+    ThreadRecord thread; // first: the record is handed to the thread operations
+    void *bus;
+    std::atomic<int32_t> running{0};
+};
+
+namespace
+{
+
+constexpr int kDefaultTimerClickMs = 3;
+// Longer paths of the configuration are refused.
+constexpr size_t kMaxPathBytes = 255;
+
+// What vantelNew works out of the two configuration texts.
+struct InstanceSettings {
+    InitSettings init;
+    std::string homePath; // empty: none
+    int timerClickMs = kDefaultTimerClickMs;
+    HeapText nodeConfiguration; // empty: the nodes take their defaults
+};
+
+std::string pathOrNothing(const char *name, const char *path)
+{
+    if (!path) return {};
+    std::string text = path;
+    if (text.size() <= kMaxPathBytes) return text;
+    API_LOG(kError, "  %s %s is longer than %d bytes, not used\n", kApiTag, name,
+            static_cast<int>(kMaxPathBytes));
+    return {};
+}
+
+// The nodes see the host's parameters and, after them, where and how much the library logs.
+void addInitSettings(cJSON *params, const cJSON *stored, const InitSettings &init)
+{
+    if (!cJSON_IsObject(params)) return;
+    if (jsonMember(stored, "level")) cJSON_AddNumberToObject(params, "level", init.level);
+    if (init.logDirPath) cJSON_AddStringToObject(params, "logDirPath", init.logDirPath->c_str());
+}
+
+// False when the parameters are refused.
+bool readParams(const char *text, const cJSON *stored, InstanceSettings *settings)
+{
+    Json params = jsonParse(text);
+    if (!params) {
+        API_LOG(kError, "  %s not json string\n", kApiTag);
+        API_LOG(kError, "  %s not deviceId\n", kApiTag);
+        return false;
+    }
+    addInitSettings(params.get(), stored, settings->init);
+    settings->homePath = pathOrNothing("homePath", jsonString(params.get(), "homePath"));
+    settings->timerClickMs = jsonInt(params.get(), "timerClickMs", kDefaultTimerClickMs);
+    settings->nodeConfiguration = jsonPrintFormatted(params.get());
+    if (!settings->nodeConfiguration) API_LOG(kError, "  %s not params\n", kApiTag);
+    return true;
+}
+
+HeapText busConfiguration(const InstanceSettings &settings)
+{
+    Json bus{cJSON_CreateObject()};
+    cJSON_AddNumberToObject(bus.get(), "level", settings.init.level);
+    cJSON_AddNumberToObject(bus.get(), "mode", settings.init.mode);
+    cJSON_AddNumberToObject(bus.get(), "size", settings.init.sizeMb);
+    if (settings.timerClickMs != kDefaultTimerClickMs)
+        cJSON_AddNumberToObject(bus.get(), "timerClickMs", settings.timerClickMs);
+    std::string logDirPath = pathOrNothing(
+        "logDirPath", settings.init.logDirPath ? settings.init.logDirPath->c_str() : nullptr);
+    if (!logDirPath.empty()) {
+        std::string path = logDirPath + "/cache/log/quillon.log";
+        cJSON_AddStringToObject(bus.get(), "path", path.c_str());
+    }
+    if (!settings.homePath.empty()) {
+        std::string keys = settings.homePath + "/cache/keys";
+        makeDirsLogged(keys);
+        cJSON_AddStringToObject(bus.get(), "homePath", keys.c_str());
+    }
+    return jsonPrintFormatted(bus.get());
+}
+
+void runServer(void *argument)
+{
+    auto *server = static_cast<ServerRunner *>(argument);
+    server->running.store(1, std::memory_order_release);
+    quillon_server_run(server->bus);
+    server->running.store(0, std::memory_order_release);
+}
+
+int32_t serverStart(ServerRunner *server)
+{
+    return startLoop(server, "sbcp_server", runServer);
+}
+
+int32_t serverStop(ServerRunner *server)
+{
+    quillon_server_stop(server->bus);
+    quenda_mk_thread_join(&server->thread);
+    return 0;
+}
+
+int32_t serverDelete(ServerRunner *server)
+{
+    delete server;
+    return 0;
+}
+
+int32_t dmsDelete(DmsRecord *dms)
+{
+    ldmExit(dms);
+    return _dmsDelete(dms);
+}
+
+// Puts the record into its slot and starts its loop. A record that could not be made, or that has
+// no thread, leaves its slot null; the instance goes on without that part.
+template <typename Record>
+void fill(Record *&slot, Record *record, int32_t (*start)(Record *), int32_t (*destroy)(Record *))
+{
+    if (!record) return;
+    if (start(record) == 0) {
+        slot = record;
+    } else {
+        destroy(record);
+    }
+}
+
+template <typename Record>
+void empty(Record *&slot, int32_t (*stop)(Record *), int32_t (*destroy)(Record *))
+{
+    if (!slot) return;
+    stop(slot);
+    destroy(slot);
+    slot = nullptr;
+}
+
+// Each loop runs and has subscribed before the next part is made.
+void buildNodes(Instance *instance, const char *configuration)
+{
+    void *bus = instance->bus;
+    NodeTable *nodes = instance->nodes;
+    fill(nodes->server, new (std::nothrow) ServerRunner{.thread = {}, .bus = bus}, serverStart,
+         serverDelete);
+    fill(nodes->agent, agentNew(bus, configuration, instance), agentStart, agentDelete);
+    fill(nodes->processor, processorNew(bus, configuration, instance), processorStart,
+         processorDelete);
+    fill(nodes->dms, dmsNew(bus, configuration, instance), dmsStart, dmsDelete);
+    fill(nodes->vad, vadNew(bus, configuration, instance), vadStart, _vadDelete);
+}
+
+// The agent goes first, because its last message tells the others of the end.
+void takeDownNodes(Instance *instance)
+{
+    NodeTable *nodes = instance->nodes;
+    empty(nodes->agent, agentStop, agentDelete);
+    empty(nodes->vad, vadStop, _vadDelete);
+    empty(nodes->dms, dmsStop, dmsDelete);
+    empty(nodes->processor, processorStop, processorDelete);
+    empty(nodes->server, serverStop, serverDelete);
+    quillon_bus_delete(instance->bus);
+    instance->bus = nullptr;
+}
+
+Instance *buildInstance(const InstanceSettings &settings, HostCallback callback, void *user)
+{
+    HeapText busText = busConfiguration(settings);
+    std::unique_ptr<Instance> instance{new (std::nothrow) Instance};
+    std::unique_ptr<NodeTable> nodes{new (std::nothrow) NodeTable};
+    if (!instance || !nodes) return nullptr;
+    instance->nodes = nodes.release();
+    instance->bus = quillon_bus_new(busText.get());
+    instance->callback = callback;
+    instance->user = user;
+    if (instance->bus) buildNodes(instance.get(), settings.nodeConfiguration.get());
+    return instance.release();
+}
+
+void *newInstance(const char *params, HostCallback callback, void *user)
+{
+    API_LOG(kInfo, "  %s vantel onNew begin, params: %s\n", kApiTag, orNull(params));
+    InstanceSettings settings;
+    Json stored = storedConfiguration();
+    if (stored) {
+        settings.init = readInitSettings(stored.get());
+        if (!readParams(params, stored.get(), &settings)) return nullptr;
+    } else {
+        API_LOG(kError, "  %s not params\n", kApiTag);
+    }
+    Instance *instance = buildInstance(settings, callback, user);
+    API_LOG(kInfo, "  %s  vantel onNew end, addr: %p\n", kApiTag, static_cast<void *>(instance));
+    return instance;
+}
+
+} // namespace
+} // namespace vantel
+
+void *vantelNew(const char *params, vantel::HostCallback callback, void *user)
+{
+    try {
+        return vantel::newInstance(params, callback, user);
+    } catch (const std::bad_alloc &) {
+        return nullptr;
+    }
+}
+
+int32_t vantelDelete(void *handle)
+{
+    using namespace vantel;
+    if (!handle) return 0;
+    auto *instance = static_cast<Instance *>(handle);
+    API_LOG(kInfo, "  %s vantel onDelete begin\n", kApiTag);
+    if (instance->bus) takeDownNodes(instance);
+    delete instance->nodes;
+    delete instance;
+    API_LOG(kInfo, "  %s vantel onDelete\n", kApiTag);
+    return 0;
+}

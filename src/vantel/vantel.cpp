@@ -1,1 +1,0 @@
-#include "src/vantel/instance.h"
