@@ -1,0 +1,152 @@
+#include "src/vad/vad_record.h"
+
+#include "src/vantel/publish.h"
+#include "src/vantel/topics.h"
+#include "tools/json.h"
+
+#include <algorithm>
+#include <string>
+
+namespace vantel
+{
+namespace
+{
+
+constexpr int32_t kStatusKind = 0;
+constexpr int32_t kSpeechBegan = 1;
+constexpr int32_t kSpeechEnded = 2;
+constexpr int32_t kVadEvent = 1003;
+
+// A pauseTime out of range wraps as 32-bit arithmetic does; stretches are cut to the buffer anyway.
+int32_t pauseBytes(const VadRecord *record)
+{
+    return static_cast<int32_t>(int64_t{record->pauseMs} * kBytesPerMs);
+}
+
+int32_t sum(int32_t left, int32_t right)
+{
+    return static_cast<int32_t>(int64_t{left} + right);
+}
+
+int32_t difference(int32_t left, int32_t right)
+{
+    return static_cast<int32_t>(int64_t{left} - right);
+}
+
+void deliverStatus(VadRecord *record, const std::string &text)
+{
+    if (!hasHost(record)) return;
+    VAD_LOG(kInfo, "  %s vad.status vantelHandle stamp, data: %s\n", kVadTag, text.c_str());
+    HeapText answer = deliver(record->instance, text.c_str(), static_cast<uint32_t>(text.size()),
+                              kTypeJson, kVadEvent);
+    VAD_LOG(kVerbose, "  %s vad.status vantelHandle\n", kVadTag);
+}
+
+// The wakeup word's own audio goes ahead of the speech that follows it.
+void publishOneshot(VadRecord *record)
+{
+    if (!hasFlag(record, kOneshotEnabled) || !hasFlag(record, kOneshotPending)) return;
+    const OneshotBuffer *oneshot = record->oneshot.get();
+    const unsigned char *bytes = oneshot ? oneshot->bytes.get() : nullptr;
+    const int32_t length = oneshot ? oneshot->length : 0;
+    VAD_LOG(kInfo, "  %s publish oneshot audio len: %d, then cancel feed oneshot flag\n", kVadTag,
+            length);
+    quillon_publish(record->node, topics::kVadPcm, bytes, static_cast<uint32_t>(length));
+    clearFlag(record, kOneshotPending);
+    _writeCacheVadFileName(record, bytes, length, VadCapture::vad);
+    _writeCacheVadFileName(record, bytes, length, VadCapture::onshot);
+}
+
+bool isBuffered(VadRecord *record, int32_t offset)
+{
+    if (record->speech.length >= offset) return true;
+    VAD_LOG(kWarning, "  %s offset inaccuracy, speechLen: %d, offset:%d\n", kVadTag,
+            record->speech.length, offset);
+    return false;
+}
+
+// The silence before a speech that begins at `offset`.
+void vadCutSlience(VadRecord *record, int32_t offset)
+{
+    int32_t from = 0;
+    if (hasFlag(record, kFullMode)) {
+        const int32_t end = record->speech.end;
+        VAD_LOG(kInfo, "  %s %d %d\n", kVadTag, end, difference(offset, end));
+        // The pause after the last speech is in the silence buffer already.
+        if (end != 0) from = sum(end, pauseBytes(record));
+    }
+    addSilence(record, from, offset);
+}
+
+void speechBegan(VadRecord *record, const std::string &text, int32_t offset)
+{
+    setFlag(record, kInSpeech);
+    quillon_publish(record->node, topics::kVadBegin, text.c_str(),
+                    static_cast<uint32_t>(text.size()));
+    killVadTimer(record);
+    publishOneshot(record);
+    if (!isBuffered(record, offset)) return;
+    vadCutSlience(record, offset);
+    record->speech.begin = offset;
+}
+
+void speechEnded(VadRecord *record, const std::string &text, int32_t offset)
+{
+    clearFlag(record, kInSpeech);
+    quillon_publish(record->node, topics::kVadEnd, text.c_str(),
+                    static_cast<uint32_t>(text.size()));
+    if (!isBuffered(record, offset)) return;
+    const int32_t end = difference(offset, pauseBytes(record));
+    VAD_LOG(kInfo, "  %s %d %d\n", kVadTag, end, pauseBytes(record));
+    addSilence(record, end, offset);
+    record->speech.end = end;
+    _cutSnrVoice(record);
+}
+
+void onStatus(VadRecord *record, const std::string &text)
+{
+    VAD_LOG(kInfo, "  %s coreVad result %s\n", kVadTag, text.c_str());
+    deliverStatus(record, text);
+    Json status = jsonParse(text.c_str());
+    const int32_t offset = jsonInt(status.get(), "offset", 0);
+    switch (jsonInt(status.get(), "status", 0)) {
+    case kSpeechBegan:
+        return speechBegan(record, text, offset);
+    case kSpeechEnded:
+        return speechEnded(record, text, offset);
+    default: // also without a status at all
+        VAD_LOG(kWarning, "  %s coreVad abort\n", kVadTag);
+    }
+}
+
+void onPcm(VadRecord *record, const void *pcm, int32_t bytes)
+{
+    quillon_publish(record->node, topics::kVadPcm, pcm, static_cast<uint32_t>(bytes));
+    if (hasHost(record)) {
+        VAD_LOG(kVerbose, "  %s vad.pcm vantelHandle begin\n", kVadTag);
+        HeapText answer =
+            deliver(record->instance, pcm, static_cast<uint32_t>(bytes), kTypePcm, kVadEvent);
+        VAD_LOG(kVerbose, "  %s vad.pcm vantelHandle end\n", kVadTag);
+    }
+    _writeCacheVadFileName(record, pcm, bytes, VadCapture::vad);
+}
+
+} // namespace
+
+int32_t vadHandler(void *user, int32_t kind, const void *data, int32_t length)
+{
+    VadRecord *record = static_cast<VadRecord *>(user);
+    const int32_t bytes = data ? std::max(length, 0) : 0;
+    guardedCallback([&] {
+        if (kind == kStatusKind && data) {
+            // The engine's text may lack a terminator.
+            onStatus(record,
+                     std::string(static_cast<const char *>(data), static_cast<size_t>(bytes)));
+        } else {
+            onPcm(record, data, bytes);
+        }
+    });
+    return 0;
+}
+
+} // namespace vantel

@@ -1,0 +1,155 @@
+#include "src/vad/vad_record.h"
+
+#include "src/vantel/topics.h"
+#include "tools/json.h"
+#include "tools/quenda_tool.h"
+
+#include <climits>
+#include <cstring>
+
+namespace vantel
+{
+namespace
+{
+
+struct Payload {
+    const void *data; // null only with length 0
+    int32_t length;
+    const char *text() const { return static_cast<const char *>(data); } // zero-terminated, or null
+};
+
+void start(VadRecord *record)
+{
+    if (record->state != VadState::started) vadStartTurn(record);
+}
+
+void stop(VadRecord *record)
+{
+    if (record->state == VadState::started && record->detector) _vadStop(record);
+}
+
+void onCtrl(VadRecord *record, const Payload &payload)
+{
+    Json message = jsonParse(payload.text());
+    if (jsonIs(message.get(), "operation", "start")) {
+        start(record);
+    } else if (jsonIs(message.get(), "operation", "stop")) {
+        stop(record);
+    }
+}
+
+void onSnrCalculation(VadRecord *record, const Payload &payload)
+{
+    vadSnrCalculation(record, payload.text());
+}
+
+void onSetParams(VadRecord *record, const Payload &payload)
+{
+    Json message = jsonParse(payload.text());
+    const cJSON *snr = jsonObject(message.get(), "snr");
+    if (!snr) return;
+    const cJSON *confidence = jsonMember(snr, "confidence");
+    if (cJSON_IsNumber(confidence)) {
+        record->snrThreshold = static_cast<float>(confidence->valuedouble);
+    }
+    HeapText printed = jsonPrint(snr);
+    VAD_LOG(kInfo, "  %s snr: %s\n", kVadTag, orNull(printed.get()));
+}
+
+// Audio reaches the detector while it is started. Otherwise it is kept for the pre-roll, and so it
+// is beside the detector, until a pre-roll waits for the begin of speech: that one stays as it is.
+void onRecorderPcm(VadRecord *record, const Payload &payload)
+{
+    const bool isStarted = record->state == VadState::started;
+    if (!isStarted || !hasFlag(record, kOneshotPending)) {
+        if (record->oneshot && payload.data) {
+            oneshotAdd(record->oneshot.get(), payload.data, payload.length);
+        }
+        if (!isStarted) return;
+    }
+    _vadFeed(record, payload.data, payload.length);
+    _writeCacheVadFileName(record, payload.data, payload.length, VadCapture::feedVad);
+}
+
+void onWakeupResult(VadRecord *record, const Payload &)
+{
+    VAD_LOG(kInfo, "  %s need feed oneshot audio\n", kVadTag);
+    if (hasFlag(record, kOneshotEnabled)) setFlag(record, kOneshotPending);
+}
+
+void onCancelOneshotAudio(VadRecord *record, const Payload &)
+{
+    VAD_LOG(kInfo, "  %s cancel feed oneshot flag\n", kVadTag);
+    if (!hasFlag(record, kOneshotEnabled) || !hasFlag(record, kOneshotPending)) return;
+    clearFlag(record, kOneshotPending);
+    if (record->oneshot) {
+        _writeCacheVadFileName(record, record->oneshot->bytes.get(), record->oneshot->length,
+                               VadCapture::onshot);
+    }
+}
+
+void onTimerCtrl(VadRecord *record, const Payload &payload)
+{
+    Json message = jsonParse(payload.text());
+    if (jsonIs(message.get(), "operation", "start")) {
+        if (record->state != VadState::started) return;
+        killVadTimer(record);
+        armVadTimer(record, jsonInt(message.get(), "timeout", record->timeoutMs));
+    } else if (jsonIs(message.get(), "operation", "stop")) {
+        killVadTimer(record);
+    }
+}
+
+void onAgentExit(VadRecord *record, const Payload &)
+{
+    VAD_LOG(kInfo, "  %s sys exit\n", kVadTag);
+    stop(record);
+    quillon_node_stop(record->node);
+}
+
+struct Route {
+    const char *topic;
+    void (*handle)(VadRecord *record, const Payload &payload);
+};
+
+constexpr Route kRoutes[] = {
+    {"sys.localVad.ctrl", onCtrl},           {topics::kSnrCalculation, onSnrCalculation},
+    {topics::kSetParams, onSetParams},       {topics::kRecorderPcm, onRecorderPcm},
+    {topics::kWakeupResult, onWakeupResult}, {topics::kCancelOneshotAudio, onCancelOneshotAudio},
+    {topics::kAgentExit, onAgentExit},       {topics::kTimerCtrl, onTimerCtrl},
+};
+
+} // namespace
+
+int32_t vadOnMessage(void *user, void *, const char *topic, const void *data, uint32_t length)
+{
+    VadRecord *record = static_cast<VadRecord *>(user);
+    VAD_LOG(kDebug, "  %s topic: %s, len: %d\n", kVadTag, orNull(topic), static_cast<int>(length));
+    // Longer messages are beyond the lengths of the engine and of the buffers.
+    if (!topic || length > INT32_MAX) return 0;
+    const Payload payload{data, data ? static_cast<int32_t>(length) : 0};
+    guardedCallback([&] {
+        for (const Route &route : kRoutes) {
+            if (std::strcmp(route.topic, topic) == 0) return route.handle(record, payload);
+        }
+    });
+    return 0;
+}
+
+char *vadOnCall(void *user, void *, const char *path, const char *)
+{
+    VadRecord *record = static_cast<VadRecord *>(user);
+    char *reply = nullptr;
+    guardedCallback([&] {
+        if (path && std::strcmp(path, "/localVad/start") == 0) {
+            start(record);
+        } else if (path && std::strcmp(path, "/localVad/stop") == 0) {
+            stop(record);
+        } else {
+            reply = dupString(R"({"data":"localVad url not implement"})").release();
+        }
+    });
+    return reply;
+}
+
+} // namespace vantel

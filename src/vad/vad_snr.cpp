@@ -1,0 +1,122 @@
+#include "src/vad/vad_record.h"
+
+#include "src/vantel/publish.h"
+#include "src/vantel/topics.h"
+#include "third/snr/snr.h"
+#include "tools/json.h"
+
+#include <cstring>
+
+namespace vantel
+{
+namespace
+{
+
+constexpr int32_t kSilenceEvent = 1042;
+constexpr int32_t kVoiceEvent = 1043;
+constexpr int32_t kSampleBytes = 2;
+
+void logLengths(const VadRecord *record)
+{
+    VAD_LOG(kInfo, "  %s volen: %d, sllen: %d\n", kVadTag, record->voice.length,
+            record->silence.length);
+}
+
+void deliverAudio(VadRecord *record, const PcmBuffer &audio, const char *name, int32_t event)
+{
+    if (!hasHost(record)) return;
+    VAD_LOG(kVerbose, "  %s snr.%s.pcm vantelHandle begin\n", kVadTag, name);
+    HeapText answer = deliver(record->instance, audio.bytes.get(),
+                              static_cast<uint32_t>(audio.length), kTypePcm, event);
+    VAD_LOG(kVerbose, "  %s snr.%s.pcm vantelHandle end\n", kVadTag, name);
+}
+
+void publishResult(VadRecord *record, float ratio)
+{
+    Json result{cJSON_CreateObject()};
+    if (!result) {
+        VAD_LOG(kWarning, "  %s cJSON create error\n", kVadTag);
+        return;
+    }
+    cJSON_AddItemToObject(result.get(), "silenceLen", cJSON_CreateNumber(record->silence.length));
+    cJSON_AddItemToObject(result.get(), "voiceLen", cJSON_CreateNumber(record->voice.length));
+    cJSON_AddItemToObject(result.get(), "snr", cJSON_CreateNumber(static_cast<double>(ratio)));
+    HeapText text = jsonPrint(result.get());
+    if (text) publishText(record->node, topics::kSnrResult, text.get());
+}
+
+void measure(VadRecord *record)
+{
+    const PcmBuffer &silence = record->silence;
+    const PcmBuffer &voice = record->voice;
+    _createCacheVadFileName(record, kNamesOfMeasurement);
+    _writeCacheVadFileName(record, silence.bytes.get(), silence.length, VadCapture::snrSilence);
+    _writeCacheVadFileName(record, voice.bytes.get(), voice.length, VadCapture::snrVoice);
+    logLengths(record);
+    float ratio = 0.0F;
+    if (snr(voice.bytes.get(), voice.length / kSampleBytes, silence.bytes.get(),
+            silence.length / kSampleBytes, &ratio) != 0) {
+        VAD_LOG(kError, "  %s snr core error\n", kVadTag);
+        publishError(record->node, kErrSnrCore);
+    } else if (record->snrThreshold > ratio) {
+        VAD_LOG(kError, "  %s snr drop, snr conf: %f\n", kVadTag, static_cast<double>(ratio));
+        publishError(record->node, kErrSnrConfidence);
+    } else {
+        deliverAudio(record, silence, "silence", kSilenceEvent);
+        deliverAudio(record, voice, "voice", kVoiceEvent);
+        publishResult(record, ratio);
+    }
+}
+
+// Why there is nothing to measure.
+void refuse(VadRecord *record)
+{
+    const bool hasVoice = record->voice.length > 0;
+    const bool hasSilence = record->silence.length > 0;
+    const bool isInSpeech = hasFlag(record, kInSpeech);
+    if (!hasSilence && (hasVoice || isInSpeech)) {
+        VAD_LOG(kError, "  %s snr error, due to not silence\n", kVadTag);
+        publishError(record->node, kErrSnrNotSilence);
+    } else if (isInSpeech) {
+        VAD_LOG(kError, "  %s snr error, ignore\n", kVadTag);
+    } else {
+        VAD_LOG(kError, "  %s snr error, due to not voice\n", kVadTag);
+        publishError(record->node, kErrSnrNotVoice);
+    }
+    clearFlag(record, kInSpeech);
+}
+
+void endMeasurement(VadRecord *record)
+{
+    logLengths(record);
+    // Of a speech that has not ended, what came so far is the voice.
+    if (record->silence.length > 0 && record->voice.length == 0) _cutSnrVoice(record);
+    if (record->silence.length > 0 && record->voice.length > 0) {
+        measure(record);
+    } else {
+        refuse(record);
+    }
+    clearFlag(record, kSnrActive);
+    retsetSpeech(record);
+    retsetSlience(record);
+    retsetVoice(record);
+}
+
+} // namespace
+
+void vadSnrCalculation(VadRecord *record, const char *payload)
+{
+    Json message = jsonParse(payload);
+    const char *status = jsonString(message.get(), "status");
+    if (!status) {
+        VAD_LOG(kError, "  %s not snr calculation status, %s\n", kVadTag, orNull(payload));
+        return;
+    }
+    if (std::strcmp(status, "begin") == 0) {
+        setFlag(record, kSnrActive);
+    } else if (hasFlag(record, kSnrActive)) {
+        endMeasurement(record);
+    }
+}
+
+} // namespace vantel
