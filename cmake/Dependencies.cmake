@@ -1,6 +1,11 @@
-# The third-party libraries that every build needs. Each part adds what it alone uses in its folder.
+# The third-party libraries, under the same target names wherever they come from. A build for this
+# system takes what is installed; a cross build makes them from source.
+#
+#   cjson_dependency         JSON
+#   pocketsphinx_dependency  speech recognition
 find_package(Threads REQUIRED)
-find_package(PkgConfig REQUIRED)
-pkg_check_modules(CJSON REQUIRED IMPORTED_TARGET libcjson)
-add_library(cjson_dependency INTERFACE)
-target_link_libraries(cjson_dependency INTERFACE PkgConfig::CJSON)
+if(CMAKE_CROSSCOMPILING)
+    include(${CMAKE_CURRENT_LIST_DIR}/dependencies/FromSource.cmake)
+else()
+    include(${CMAKE_CURRENT_LIST_DIR}/dependencies/FromSystem.cmake)
+endif()

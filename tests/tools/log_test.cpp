@@ -186,15 +186,19 @@ TEST_F(Log, WithoutAFileLinesGoToStandardOutput)
 
 TEST_F(Log, AFileThatCannotBeReopenedAtItsLimitGivesWayToStandardOutput)
 {
+    // Seen from another working directory, the relative path leads to a folder.
+    std::filesystem::create_directories(folder_ / "elsewhere" / "a.log");
+    std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(folder_);
+    path_ = "a.log";
     open(1, 0, 0.001F);
     while (contents(path_).size() < 1049)
         write(kInfo, std::string(100, 'x'));
-    // A folder of the file's name cannot be opened for writing.
-    std::filesystem::rename(path_, path_ + ".old");
-    std::filesystem::create_directory(path_);
+    std::filesystem::current_path(folder_ / "elsewhere");
     testing::internal::CaptureStdout();
     write(kInfo, "still here");
     EXPECT_TRUE(testing::internal::GetCapturedStdout().ends_with("still here\n"));
+    std::filesystem::current_path(before);
 }
 
 TEST_F(Log, BeforeInitAndAfterReleaseNothingIsWritten)
