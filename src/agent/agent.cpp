@@ -1,11 +1,174 @@
 #include "src/agent/agent.h"
 
+#include "src/agent/agent_record.h"
+#include "src/vantel/node_loop.h"
+#include "src/vantel/publish.h"
+#include "src/vantel/topics.h"
+#include "tools/json.h"
+#include "tools/quenda_tool.h"
+
+#include <cstring>
+#include <new>
+
 namespace vantel
 {
+namespace
+{
 
-AgentRecord *agentNew(void *, const char *, Instance *) { return nullptr; }
-int32_t agentStart(AgentRecord *) { return -1; }
-int32_t agentStop(AgentRecord *) { return 0; }
-int32_t agentDelete(AgentRecord *) { return 0; }
+struct DeviceKey {
+    const char *device;
+    const char *member;
+    const char *value;
+    DeviceFlags flag;
+};
+
+// Only these strings count, so that a boolean true leaves a device as it is.
+constexpr DeviceKey kDeviceKeys[] = {
+    {"recorder", "mode", "external", kRecorderExternal},
+    {"cntts", "mode", "external", kCnttsExternal},
+    {"player", "mode", "external", kPlayerExternal},
+    {"extendsp", "enable", "true", kExtendspEnabled},
+    {"face", "enable", "true", kFaceEnabled},
+    {"camera", "mode", "external", kCameraExternal},
+};
+
+uint32_t readDevices(const cJSON *configuration)
+{
+    uint32_t devices = 0;
+    for (const DeviceKey &key : kDeviceKeys) {
+        if (jsonIs(jsonObject(configuration, key.device), key.member, key.value))
+            devices |= key.flag;
+    }
+    return devices;
+}
+
+constexpr char kFailed[] = R"({"result":"failed"})";
+
+bool hasPayload(const void *data, uint32_t length)
+{
+    return data && length > 0;
+}
+
+void onQxDownload(AgentRecord *agent, const char *)
+{
+    AGENT_LOG(kInfo, "  %s onQXDownload: %s\n", kAgentTag, "NULL");
+    publishText(agent->node, "sys.qxDownload.result", kFailed);
+}
+
+void onQxDfu(AgentRecord *agent, const char *)
+{
+    AGENT_LOG(kInfo, "  %s onQXDFU: %s\n", kAgentTag, "NULL");
+    publishText(agent->node, "sys.qxdfu.result", kFailed);
+}
+
+void onQxReset(AgentRecord *agent, const char *)
+{
+    AGENT_LOG(kInfo, "  %s onQXReset: %s\n", kAgentTag, "NULL");
+    publishText(agent->node, "sys.qxreset.result", kFailed);
+}
+
+void onQxOperateInfo(AgentRecord *, const char *payload)
+{
+    if (!payload) {
+        AGENT_LOG(kError, "  %s qxoperateInfo not params\n", kAgentTag);
+        return;
+    }
+    AGENT_LOG(kInfo, "  %s onQXOperateInfo: %s\n", kAgentTag, payload);
+}
+
+void onQxFindDevice(AgentRecord *agent, const char *payload)
+{
+    if (!payload) {
+        AGENT_LOG(kError, "  %s findDevice not params\n", kAgentTag);
+        return;
+    }
+    AGENT_LOG(kInfo, "  %s onQXFindDevice: %s\n", kAgentTag, payload);
+    Json result{cJSON_CreateObject()};
+    if (!result) {
+        AGENT_LOG(kError, "  %s malloc failed\n", kAgentTag);
+        return;
+    }
+    cJSON_AddStringToObject(result.get(), "result", "failed");
+    Json input = jsonParse(payload);
+    if (input && cJSON_AddItemToObject(result.get(), "input", input.get())) input.release();
+    publishText(agent->node, "sys.qxFindDevice.result", jsonPrint(result.get()).get());
+}
+
+// The companion device is not driven here, so that its requests fail.
+struct Handler {
+    const char *topic;
+    void (*handle)(AgentRecord *agent, const char *payload); // null without a payload
+};
+
+constexpr Handler kHandlers[] = {
+    {"sys.localSocket.qxFindDevice", onQxFindDevice},
+    {"sys.localSocket.qxDownload", onQxDownload},
+    {"sys.localSocket.qxreset", onQxReset},
+    {"sys.localSocket.qxdfu", onQxDfu},
+    {"sys.localSocket.qxOperateInfo", onQxOperateInfo},
+};
+
+int32_t onmessage(void *user, void *, const char *topic, const void *data, uint32_t length)
+{
+    auto *agent = static_cast<AgentRecord *>(user);
+    for (const Handler &handler : kHandlers) {
+        if (topic && std::strcmp(topic, handler.topic) == 0) {
+            handler.handle(agent,
+                           hasPayload(data, length) ? static_cast<const char *>(data) : nullptr);
+            break;
+        }
+    }
+    return 0;
+}
+
+char *oncall(void *, void *, const char *path, const char *)
+{
+    if (path && std::strcmp(path, "/localAgent/start") == 0) return nullptr;
+    if (path && std::strcmp(path, "/localAgent/stop") == 0) return nullptr;
+    AGENT_LOG(kDebug, "  %s not implement, url: %s\n", kAgentTag, orNull(path));
+    return dupString(R"({"data":"localAgent url not implement"})").release();
+}
+
+constexpr const char *kTopics[] = {
+    "root.cancel.sticky",      "sys.localSocket.qxFindDevice", "sys.localSocket.qxDownload",
+    "sys.localSocket.qxreset", "sys.localSocket.qxdfu",        "sys.localSocket.qxOperateInfo",
+};
+
+void agentRun(void *argument)
+{
+    runNodeLoop(static_cast<AgentRecord *>(argument), {"localAgent", kTopics, onmessage, oncall});
+}
+
+} // namespace
+
+AgentRecord *agentNew(void *bus, const char *configuration, Instance *instance)
+{
+    auto *agent = new (std::nothrow) AgentRecord;
+    if (!agent) return nullptr;
+    agent->bus = bus;
+    agent->instance = instance;
+    agent->configuration = dupString(configuration);
+    agent->devices = readDevices(jsonParse(configuration).get());
+    return agent;
+}
+
+int32_t agentStart(AgentRecord *agent)
+{
+    return startLoop(agent, "sbcp_agent", agentRun);
+}
+
+int32_t agentStop(AgentRecord *agent)
+{
+    if (!agent) return 0;
+    publishText(agent->node, topics::kAgentExit, nullptr);
+    stopNodeLoop(agent);
+    return 0;
+}
+
+int32_t agentDelete(AgentRecord *agent)
+{
+    delete agent;
+    return 0;
+}
 
 } // namespace vantel
