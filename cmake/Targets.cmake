@@ -13,15 +13,22 @@ if(MINGW)
     target_compile_definitions(vantel_options INTERFACE __USE_MINGW_ANSI_STDIO=1 UNICODE _UNICODE)
 endif()
 
+# vantel_library_name(name): one file name for each system, libvantel.so.1 or vantel.dll.
+function(vantel_library_name name)
+    if(WIN32)
+        set_target_properties(${name} PROPERTIES PREFIX "" VERSION "" SOVERSION "")
+    else()
+        set_target_properties(${name} PROPERTIES VERSION ${PROJECT_VERSION}
+                              SOVERSION ${PROJECT_VERSION_MAJOR})
+    endif()
+endfunction()
+
 # vantel_shared_library(name exports): versions the shared library and limits what it exports to the
 # list `exports`.map (ELF) or `exports`.def (Windows), both kept beside the library's sources.
 function(vantel_shared_library name exports)
-    set_target_properties(${name} PROPERTIES VERSION ${PROJECT_VERSION}
-                          SOVERSION ${PROJECT_VERSION_MAJOR})
+    vantel_library_name(${name})
     if(WIN32)
         target_sources(${name} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/${exports}.def)
-        # One name everywhere: vantel.dll, not vantel-1.dll or libvantel.dll.
-        set_target_properties(${name} PROPERTIES PREFIX "" VERSION "" SOVERSION "")
     else()
         set(map ${CMAKE_CURRENT_SOURCE_DIR}/${exports}.map)
         target_link_options(${name} PRIVATE -Wl,--version-script=${map} -Wl,--no-undefined)

@@ -11,3 +11,12 @@ build_packages=(
 )
 run_packages=(pocketsphinx-testdata)
 test_packages=(libgtest-dev libgmock-dev pocketsphinx-testdata)
+windows_packages=(
+    g++-mingw-w64-x86-64-posix cmake:cmake ninja:ninja-build pkg-config:pkg-config
+    wine wine64
+    dpkg-dev googletest libcli11-dev
+    pocketsphinx-en-us pocketsphinx-testdata
+    npm:npm
+)
+# Fetched as source packages by scripts/fetch-sources.
+windows_sources=(cjson sphinxbase pocketsphinx)

@@ -1,9 +1,7 @@
 # Debian's source packages, fetched into the build folder and built static into our libraries.
 set(third_party ${PROJECT_BINARY_DIR}/third_party)
-execute_process(
-    COMMAND ${PROJECT_SOURCE_DIR}/scripts/fetch-sources ${third_party}
-            cjson sphinxbase pocketsphinx
-    RESULT_VARIABLE fetched)
+execute_process(COMMAND ${PROJECT_SOURCE_DIR}/scripts/fetch-sources ${third_party}
+                RESULT_VARIABLE fetched)
 if(NOT fetched EQUAL 0)
     message(FATAL_ERROR "The third-party sources are not complete, see above.")
 endif()

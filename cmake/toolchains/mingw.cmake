@@ -17,7 +17,5 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 foreach(kind EXE SHARED MODULE)
     set(CMAKE_${kind}_LINKER_FLAGS_INIT "-static")
 endforeach()
-# "vantel.dll", not "libvantel.dll"; the import library stays libvantel.dll.a, as linkers look for it.
-set(CMAKE_SHARED_LIBRARY_PREFIX "")
 
 set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/../../scripts/run-under-wine)
