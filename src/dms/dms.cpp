@@ -1,13 +1,81 @@
 #include "src/dms/dms.h"
 
+#include "src/dms/dms_record.h"
+#include "src/vantel/node_loop.h"
+#include "src/vantel/topics.h"
+
+#include <new>
+
 namespace vantel
 {
+namespace
+{
 
-DmsRecord *dmsNew(void *, const char *, Instance *) { return nullptr; }
-int32_t dmsStart(DmsRecord *) { return -1; }
-int32_t dmsStop(DmsRecord *) { return 0; }
-int32_t _dmsDelete(DmsRecord *) { return 0; }
+constexpr const char *kTopics[] = {
+    "sys.localDms.ctrl",
+    topics::kSetParams,
+    topics::kVadPcm,
+    topics::kOperateOauth,
+    topics::kNativeResponse,
+    topics::kInputText,
+    topics::kTriggerIntent,
+    topics::kOperateVocabs,
+    topics::kSystemSettings,
+    topics::kSkillSettings,
+    topics::kProcessorNetStatus,
+    topics::kAgentExit,
+    topics::kContextSync,
+    topics::kDmsCancel,
+    topics::kDmsReset,
+    topics::kSyncDmTimeoutAsrMaxText,
+    topics::kVprRegister,
+    topics::kVprUnregister,
+    topics::kVprVerify,
+};
 
-int32_t ldmExit(DmsRecord *) { return 0; }
+constexpr NodeSpec kNode = {"localDms", kTopics, dmsOnMessage, dmsOnCall};
+
+void runDms(void *argument)
+{
+    dmsGuarded([record = static_cast<DmsRecord *>(argument)] {
+        runNodeLoop(record, kNode, [record] { publishHeldErrors(record->node, &record->held); });
+    });
+}
+
+} // namespace
+
+DmsRecord *dmsNew(void *bus, const char *configuration, Instance *instance)
+{
+    try {
+        auto record = std::make_unique<DmsRecord>();
+        record->bus = bus;
+        record->instance = instance;
+        // The recogniser keeps the record's address, which stays the same.
+        dmsConfigure(record.get(), configuration);
+        return record.release();
+    } catch (const std::bad_alloc &) {
+        return nullptr;
+    }
+}
+
+int32_t dmsStart(DmsRecord *record)
+{
+    return startLoop(record, "sbcp_dms", runDms);
+}
+
+int32_t dmsStop(DmsRecord *record)
+{
+    if (record) stopNodeLoop(record);
+    return 0;
+}
+
+int32_t _dmsDelete(DmsRecord *record)
+{
+    if (!record) return 0;
+    DMS_LOG(kInfo, "  %s onDelete\n", kDmsTag);
+    record->state = DmsState::created;
+    delete record;
+    return 0;
+}
 
 } // namespace vantel

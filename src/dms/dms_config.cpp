@@ -1,0 +1,86 @@
+#include "src/dms/dms_captures.h"
+#include "src/dms/dms_record.h"
+#include "tools/quenda_tool.h"
+
+namespace vantel
+{
+namespace
+{
+
+std::optional<std::string> optionalText(const char *text)
+{
+    return text ? std::optional<std::string>{text} : std::nullopt;
+}
+
+void logModes(const cJSON *configuration)
+{
+    if (jsonIs(configuration, "fullDuplex", "true")) {
+        DMS_LOG(kInfo, "  %s enable fullDuplex\n", kDmsTag);
+    } else {
+        DMS_LOG(kInfo, "  %s disable fullDuplex\n", kDmsTag);
+    }
+    if (!jsonIs(configuration, "micType", "mono")) return;
+    DMS_LOG(kInfo, "  %s micType is mono\n", kDmsTag);
+    if (jsonIs(configuration, "aecMode", "external")) {
+        DMS_LOG(kInfo, "  %s aecMode is external\n", kDmsTag);
+    } else {
+        DMS_LOG(kInfo, "  %s aecMode is internal\n", kDmsTag);
+    }
+}
+
+void setUpCapture(DmsRecord *record, const cJSON *configuration)
+{
+    const char *homePath = jsonString(configuration, "homePath");
+    if (!homePath || *homePath == '\0') return;
+    record->homePath = homePath;
+    if (!jsonIs(jsonObject(configuration, "asr"), "cachePcm", "true")) return;
+    record->cachePcm = true;
+    createCaptureFolder(kAsrCaptures, *record->homePath);
+}
+
+std::string asrEnvOf(const cJSON *configuration)
+{
+    const cJSON *env = jsonMember(jsonObject(configuration, "asr"), "env");
+    return cJSON_IsObject(env) || cJSON_IsArray(env) ? buildAsrEnv(env) : kDefaultAsrEnv;
+}
+
+// Empty when the member is not an object.
+HeapText printedObject(const cJSON *configuration, const char *key)
+{
+    const cJSON *object = jsonObject(configuration, key);
+    return object ? jsonPrint(object) : HeapText{};
+}
+
+void _dmsNew(DmsRecord *record, const char *grammarText, const char *recogniserText)
+{
+    ldmNew(record, grammarText, recogniserText);
+    DMS_LOG(kInfo, "  %s  onNew success\n", kDmsTag);
+}
+
+} // namespace
+
+void dmsConfigure(DmsRecord *record, const char *configuration)
+{
+    if (!configuration) return;
+    record->configuration = dupString(configuration);
+    record->deviceId = kDefaultDeviceId;
+    Json parsed = jsonParse(configuration);
+    if (!parsed) {
+        DMS_LOG(kInfo, "  %s disable fullDuplex\n", kDmsTag);
+        record->asrEnv = kDefaultAsrEnv;
+        _dmsNew(record, nullptr, nullptr);
+        return;
+    }
+    record->subsets = optionalText(jsonString(jsonObject(parsed.get(), "wakeup"), "subsets"));
+    record->retryTimes = jsonInt(parsed.get(), "retryTimes", 0);
+    logModes(parsed.get());
+    if (const char *deviceId = jsonString(parsed.get(), "deviceId")) record->deviceId = deviceId;
+    setUpCapture(record, parsed.get());
+    record->asrEnv = asrEnvOf(parsed.get());
+    DMS_LOG(kInfo, "  %s native asr env: %s\n", kDmsTag, record->asrEnv->c_str());
+    HeapText grammarText = printedObject(parsed.get(), "gram");
+    HeapText recogniserText = printedObject(parsed.get(), "asr");
+    _dmsNew(record, grammarText.get(), recogniserText.get());
+}
+
+} // namespace vantel
