@@ -129,6 +129,19 @@ std::string readFile(const std::string &path)
     return {std::istreambuf_iterator<char>{file}, {}};
 }
 
+std::vector<std::string> logLines(const std::string &folder, const std::string &containing,
+                                  size_t from)
+{
+    std::istringstream text{readFile(folder + "/cache/log/vantel.log").substr(from)};
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(text, line);) {
+        // The barrier calls of settle() leave lines of their own.
+        if (line.find("/settle") != std::string::npos) continue;
+        if (line.find(containing) != std::string::npos) lines.push_back(withoutHeader(line));
+    }
+    return lines;
+}
+
 Member::Member(void *bus, const std::string &name, const std::vector<std::string> &topics)
     : node_(quillon_node_new(bus, name.c_str(), onMessage, onCall, this))
 {
@@ -337,14 +350,7 @@ std::vector<Message> System::heard()
 std::vector<std::string> System::log(const std::string &containing)
 {
     settle();
-    std::istringstream text{readFile(folder_ + "/cache/log/vantel.log").substr(logStart_)};
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(text, line);) {
-        // The barrier calls of settle() leave lines of their own.
-        if (line.find("/settle") != std::string::npos) continue;
-        if (line.find(containing) != std::string::npos) lines.push_back(withoutHeader(line));
-    }
-    return lines;
+    return logLines(folder_, containing, logStart_);
 }
 
 void System::forget()

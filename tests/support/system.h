@@ -133,6 +133,11 @@ private:
 // A fresh folder below the system's temporary one.
 std::string freshFolder();
 
+// "[I]  ZQ-localVad onStart": level and message of the lines with this text in the log below
+// `folder`, without the newline; lines in the first `from` bytes are left out.
+std::vector<std::string> logLines(const std::string &folder, const std::string &containing = "",
+                                  size_t from = 0);
+
 // The file's bytes; empty when there is none.
 std::string readFile(const std::string &path);
 

@@ -1,0 +1,59 @@
+#include "src/agent/error_report.h"
+#include "tests/vantel/recorded_host.h"
+
+#include "contracts/quillon.h"
+
+using namespace vantel;
+
+namespace
+{
+
+TEST(ErrorReport, HasTheMessageOfItsCodeAndTheExtraTextAsTheValueThatItBeginsWith)
+{
+    const struct {
+        ErrorCode code;
+        const char *extra;
+        const char *report;
+    } cases[] = {
+        {-6899, "params is null",
+         R"({"errId":-6899,"errMsg":"params err","extra":"params is null"})"},
+        {-7999, nullptr, R"({"errId":-7999,"errMsg":"asr is null"})"},
+        {-7745, nullptr,
+         R"({"errId":-7745,"errMsg":"set skill settings  params not enough, not  operate or )"
+         R"(settings or skillId"})"},
+        {-7000, nullptr, R"({"errId":-7000,"errMsg":"Invalid error code"})"},
+        {-6898, nullptr, R"({"errId":-6898,"errMsg":"Invalid error code"})"},
+        {-8000, nullptr, R"({"errId":-8000,"errMsg":"Invalid error code"})"},
+        {0, nullptr, R"({"errId":0,"errMsg":"Invalid error code"})"},
+        {5, nullptr, R"x({"errId":5,"errMsg":"Invalid error code (value greater than zero)"})x"},
+        {-7399, R"({"a":[1]} tail)",
+         R"({"errId":-7399,"errMsg":"vad core error","extra":{"a":[1]}})"},
+        {-7399, "", R"({"errId":-7399,"errMsg":"vad core error","extra":""})"},
+        {-7399, "a \"b\"\n",
+         R"({"errId":-7399,"errMsg":"vad core error","extra":"a \"b\"\n"})"},
+    };
+    for (const auto &[code, extra, report] : cases)
+        EXPECT_STREQ(errorReport(code, extra).get(), report);
+}
+
+TEST(HeldErrors, ArePublishedInTheirOrderOnceThereIsANode)
+{
+    recording::reset();
+    HeldReports held;
+    publishOrHoldError(nullptr, &held, kErrVadCore);
+    publishOrHoldError(nullptr, &held, kErrGramCore);
+    EXPECT_TRUE(recording::published().empty());
+
+    void *node = quillon_node_new(nullptr, "n", nullptr, nullptr, nullptr);
+    publishHeldErrors(node, &held);
+    publishHeldErrors(node, &held);
+    publishOrHoldError(node, &held, kErrAsrCore);
+    std::vector<recording::Publication> expected = {
+        {"n", "sys.vantel.error", R"({"errId":-7399,"errMsg":"vad core error"})", false},
+        {"n", "sys.vantel.error", R"({"errId":-7199,"errMsg":"gram core error"})", false},
+        {"n", "sys.vantel.error", R"({"errId":-7898,"errMsg":"asr core error"})", false},
+    };
+    EXPECT_EQ(recording::published(), expected);
+}
+
+} // namespace
