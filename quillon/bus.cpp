@@ -1,21 +1,112 @@
-#include "contracts/quillon.h"
-#include "quillon/clock.h"
+#include "quillon/bus.h"
 
-// Placeholder until the bus lands: there is no bus to be had.
-void *quillon_bus_new(const char *) { return nullptr; }
-int32_t quillon_bus_delete(void *) { return -1; }
-int32_t quillon_server_run(void *) { return -1; }
-int32_t quillon_server_stop(void *) { return -1; }
-void *quillon_node_new(void *, const char *, quillon_onmessage, quillon_oncall, void *)
+#include "quillon/bus_log.h"
+#include "quillon/node.h"
+#include "tools/json.h"
+
+#include <algorithm>
+#include <chrono>
+#include <memory>
+#include <vector>
+
+#define BUS_LOG(bus, level, ...) QUILLON_LOG("quillon/bus", bus, level, __VA_ARGS__)
+
+namespace vantel
 {
-    return nullptr;
+namespace
+{
+
+constexpr int kDefaultLevel = kDebug;
+constexpr double kDefaultSizeMb = 20;
+constexpr int kDefaultClickMs = 3;
+
+// A library does not print: without a file that can be opened there is no log, whereas LineLog
+// itself would turn to standard output.
+void openLog(LineLog *log, const cJSON *configuration)
+{
+    const char *path = jsonString(configuration, "path");
+    if (!path || !*path) return;
+    std::FILE *probe = platformOpenFile(path, "ab");
+    if (!probe) return;
+    std::fclose(probe);
+    const cJSON *size = jsonMember(configuration, "size");
+    double sizeMb = cJSON_IsNumber(size) ? size->valuedouble : kDefaultSizeMb;
+    lineLogInit(log, jsonInt(configuration, "level", kDefaultLevel), path,
+                jsonInt(configuration, "mode", 0), static_cast<float>(sizeMb));
 }
-int32_t quillon_node_subscribe(void *, const char *) { return -1; }
-int32_t quillon_node_run(void *) { return -1; }
-int32_t quillon_node_stop(void *) { return -1; }
-int32_t quillon_node_delete(void *) { return -1; }
-int32_t quillon_publish(void *, const char *, const void *, uint32_t) { return -1; }
-const char *quillon_call(void *, const char *, const char *, uint32_t) { return nullptr; }
-int32_t quillon_timer_set(void *, quillon_timer, int32_t, int32_t, void *) { return -1; }
-int32_t quillon_timer_kill(void *, int32_t) { return -1; }
-int32_t quillon_clock_advance(void *, int32_t) { return -1; }
+
+} // namespace
+
+Bus *busNew(const char *configuration)
+{
+    Json json = jsonParse(configuration);
+    if (!cJSON_IsObject(json.get())) return nullptr;
+    auto bus = std::make_unique<Bus>();
+    int clickMs = jsonInt(json.get(), "timerClickMs", kDefaultClickMs);
+    bus->clickNs = clickMs > 1 ? clickMs * kNanosecondsPerMillisecond : 0;
+    openLog(&bus->log, json.get());
+    BUS_LOG(bus, kDebug, "  %s bus new, timerClickMs: %d\n", kBusTag, clickMs);
+    return bus.release();
+}
+
+void busRetain(Bus *bus)
+{
+    bus->references.fetch_add(1, std::memory_order_relaxed);
+}
+
+void busRelease(Bus *bus)
+{
+    if (bus->references.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
+    BUS_LOG(bus, kDebug, "  %s bus freed\n", kBusTag);
+    lineLogRelease(&bus->log);
+    delete bus;
+}
+
+void busDelete(Bus *bus)
+{
+    busServerStop(bus);
+    {
+        // Nodes cannot be freed meanwhile: that starts with leaving the names.
+        std::lock_guard locked{bus->mutex};
+        for (const auto &[name, node] : bus->nodes) {
+            BUS_LOG(bus, kWarning, "  %s bus deleted before node %s\n", kBusTag, name.c_str());
+            nodeStop(node);
+        }
+    }
+    busRelease(bus);
+}
+
+void busServerRun(Bus *bus)
+{
+    busRetain(bus);
+    {
+        std::unique_lock locked{bus->mutex};
+        bus->changed.wait(locked, [bus] { return bus->serverStopped; });
+    }
+    busRelease(bus);
+}
+
+void busServerStop(Bus *bus)
+{
+    std::lock_guard locked{bus->mutex};
+    bus->serverStopped = true;
+    bus->changed.notify_all();
+}
+
+int64_t busNowNs(const Bus *bus)
+{
+    auto now = std::chrono::steady_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(now).count() +
+           bus->clockAheadNs.load(std::memory_order_seq_cst);
+}
+
+void busClockAdvance(Bus *bus, int32_t milliseconds)
+{
+    bus->clockAheadNs.fetch_add(milliseconds * kNanosecondsPerMillisecond,
+                                std::memory_order_seq_cst);
+    std::lock_guard locked{bus->mutex};
+    for (const auto &[name, node] : bus->nodes)
+        node->inbox.nudge();
+}
+
+} // namespace vantel

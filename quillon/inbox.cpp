@@ -1,0 +1,73 @@
+#include "quillon/inbox.h"
+
+namespace vantel
+{
+
+Item Inbox::states[2];
+
+bool Inbox::push(Item *item)
+{
+    Item *head = head_.load(std::memory_order_relaxed);
+    do {
+        if (head == closed()) return false;
+        item->next = head == asleep() ? nullptr : head;
+    } while (!head_.compare_exchange_weak(head, item, std::memory_order_seq_cst,
+                                          std::memory_order_relaxed));
+    if (head == asleep()) platformSignalSet(signal_);
+    return true;
+}
+
+Item *Inbox::take(uint32_t *count)
+{
+    *count = 0;
+    Item *head = head_.load(std::memory_order_relaxed);
+    do {
+        if (!head || head == closed()) return nullptr;
+    } while (!head_.compare_exchange_weak(head, nullptr, std::memory_order_acquire,
+                                          std::memory_order_relaxed));
+    // The newest is on top; handling starts with the oldest.
+    Item *oldestFirst = nullptr;
+    while (head) {
+        Item *older = head->next;
+        head->next = oldestFirst;
+        oldestFirst = head;
+        head = older;
+        ++*count;
+    }
+    return oldestFirst;
+}
+
+void Inbox::nudge()
+{
+    Item *expected = asleep();
+    if (head_.load(std::memory_order_seq_cst) == expected &&
+        head_.compare_exchange_strong(expected, nullptr, std::memory_order_seq_cst))
+        platformSignalSet(signal_);
+}
+
+Item *Inbox::close()
+{
+    Item *head = head_.exchange(closed(), std::memory_order_seq_cst);
+    if (head == asleep()) platformSignalSet(signal_);
+    return head == asleep() || head == closed() ? nullptr : head;
+}
+
+bool Inbox::fallAsleep()
+{
+    Item *expected = nullptr;
+    return head_.compare_exchange_strong(expected, asleep(), std::memory_order_seq_cst);
+}
+
+void Inbox::sleep(int64_t nanoseconds)
+{
+    platformSignalWait(signal_, nanoseconds);
+    wake();
+}
+
+void Inbox::wake()
+{
+    Item *expected = asleep();
+    head_.compare_exchange_strong(expected, nullptr, std::memory_order_seq_cst);
+}
+
+} // namespace vantel
