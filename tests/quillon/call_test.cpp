@@ -1,0 +1,212 @@
+// Calls: replies, their order among messages, and every way in which nobody answers.
+#include "tests/quillon/bus_fixture.h"
+
+using namespace bus_test;
+using Texts = std::vector<std::string>;
+
+namespace
+{
+
+struct Calls : BusTest {
+    Peer asker_{bus_, "asker"};
+};
+
+TEST_F(Calls, CarryPathAndTextAndBringTheReply)
+{
+    Peer node{bus_, "node"};
+    node.answer = [](const std::string &path, const char *data) {
+        if (path == "/node/null") return static_cast<char *>(nullptr);
+        return heapText(path + "=" + (data ? data : "(none)"));
+    };
+    node.run();
+    EXPECT_EQ(asker_.call("/node/verb", "text"), "/node/verb=text");
+    EXPECT_EQ(asker_.call("/node"), "/node=");
+    EXPECT_EQ(asker_.call("/node/null"), "(null)");
+    EXPECT_STREQ(quillon_call(asker_.node(), "/node/v", nullptr, 0), "/node/v=(none)");
+    // Only `length` bytes are sent, and a zero byte follows them.
+    const char *reply = quillon_call(asker_.node(), "/node/v", "abcdef", 3);
+    EXPECT_STREQ(reply, "/node/v=abc");
+    // The reply may be the data of the next call, which ends its life.
+    reply = quillon_call(asker_.node(), "/node/v", reply, 11);
+    EXPECT_STREQ(reply, "/node/v=/node/v=abc");
+}
+
+TEST_F(Calls, AreAnsweredBehindTheMessagesPublishedBefore)
+{
+    Texts order;
+    Peer node{bus_, "node", R"(["t"])"};
+    node.message = [&](auto, auto data) { order.push_back(data); };
+    node.answer = [&](auto, auto) {
+        order.push_back("call");
+        return heapText("done");
+    };
+    node.run();
+    for (int i = 0; i < 100; ++i) {
+        asker_.publish("t", "m");
+        asker_.publish("t", "n");
+        ASSERT_EQ(asker_.call("/node/x"), "done");
+    }
+    ASSERT_EQ(order.size(), 300U);
+    for (size_t i = 0; i < order.size(); i += 3)
+        ASSERT_EQ(Texts(order.begin() + static_cast<std::ptrdiff_t>(i),
+                        order.begin() + static_cast<std::ptrdiff_t>(i) + 3),
+                  (Texts{"m", "n", "call"}));
+}
+
+TEST_F(Calls, WaitForANodeThatDoesNotRunYet)
+{
+    Peer node{bus_, "node"};
+    auto reply = std::async(std::launch::async, [&] { return asker_.call("/node/x"); });
+    node.run();
+    EXPECT_EQ(reply.get(), "done");
+}
+
+TEST_F(Calls, ToOneselfOrToAStoppedOrDeletedNodeGiveNull)
+{
+    Peer node{bus_, "node", R"(["t"])"};
+    std::promise<std::string> own;
+    node.message = [&](auto, auto) { own.set_value(node.call("/node/x")); };
+    node.run();
+    node.publish("t", "");
+    EXPECT_EQ(own.get_future().get(), "(null)");
+    EXPECT_EQ(asker_.call("/asker/x"), "(null)");
+    node.join();
+    EXPECT_EQ(asker_.call("/node/x"), "(null)");
+    EXPECT_EQ(node.call("/asker/x"), "(null)"); // a stopped node does not wait, either
+    node.end();
+    EXPECT_EQ(asker_.call("/node/x"), "(null)");
+}
+
+// a -> b -> c -> a, each from inside the oncall of the one before.
+TEST_F(Calls, ThatWouldCloseARingGiveNull)
+{
+    Peer a{bus_, "a"}, b{bus_, "b"}, c{bus_, "c"};
+    a.answer = [&](auto, auto) { return heapText("a" + a.call("/b/x")); };
+    b.answer = [&](auto, auto) { return heapText("b" + b.call("/c/x")); };
+    c.answer = [&](auto, auto) { return heapText("c" + c.call("/a/x") + c.call("/b/x")); };
+    a.run();
+    b.run();
+    c.run();
+    EXPECT_EQ(asker_.call("/a/x"), "abc(null)(null)");
+}
+
+TEST_F(Calls, ThatWouldCloseARingThroughTwoBusesGiveNull)
+{
+    void *second = quillon_bus_new("{}");
+    {
+        Peer a{bus_, "a"}, b{second, "b"};
+        Peer toFirst{bus_, "toFirst"}, toSecond{second, "toSecond"};
+        a.answer = [&](auto, auto) { return heapText("a" + toSecond.call("/b/x")); };
+        b.answer = [&](auto, auto) { return heapText("b" + toFirst.call("/a/x")); };
+        a.run();
+        b.run();
+        EXPECT_EQ(asker_.call("/a/x"), "ab(null)");
+    }
+    quillon_bus_delete(second);
+}
+
+TEST_F(Calls, FromAThreadOutsideLeaveTheNodesLoopFreeToAnswer)
+{
+    Peer a{bus_, "a"}, b{bus_, "b"};
+    a.answer = [](auto, auto) { return heapText("a"); };
+    b.answer = [&](auto, auto) { return heapText("b" + b.call("/a/x")); };
+    b.run();
+    // Nobody would answer for a, which does not run.
+    EXPECT_EQ(a.call("/b/x"), "b(null)");
+    a.run();
+    EXPECT_EQ(asker_.call("/a/barrier"), "a");
+    EXPECT_EQ(a.call("/b/x"), "ba");
+}
+
+// How a caller that waits is released; each way stops or deletes somebody.
+struct Waiting : Calls {
+    Event entered_, leave_;
+    Peer callee_{bus_, "callee", R"(["t"])"};
+
+    void enterAndLeave()
+    {
+        entered_.set();
+        leave_.wait();
+    }
+    std::future<std::string> callInBackground()
+    {
+        return std::async(std::launch::async, [this] { return asker_.call("/callee/x"); });
+    }
+    void TearDown() override { leave_.set(); }
+};
+
+TEST_F(Waiting, EndsWhenTheCalleeStopsBeforeItAnswers)
+{
+    callee_.answer = [this](auto, auto) {
+        enterAndLeave();
+        return heapText("too late");
+    };
+    callee_.run();
+    auto reply = callInBackground();
+    ASSERT_TRUE(entered_.wait());
+    quillon_node_stop(callee_.node());
+    EXPECT_EQ(reply.get(), "(null)");
+}
+
+TEST_F(Waiting, EndsWhenTheCalleeStopsWhileTheCallIsQueued)
+{
+    callee_.message = [this](auto, auto) { enterAndLeave(); };
+    callee_.run();
+    callee_.publish("t", "");
+    ASSERT_TRUE(entered_.wait());
+    auto reply = callInBackground();
+    quillon_node_stop(callee_.node());
+    EXPECT_EQ(reply.get(), "(null)");
+}
+
+TEST_F(Waiting, EndsWhenTheCalleeIsDeletedWithoutEverRunning)
+{
+    auto reply = callInBackground();
+    callee_.end();
+    EXPECT_EQ(reply.get(), "(null)");
+}
+
+TEST_F(Waiting, EndsWhenTheCallerStops)
+{
+    Peer caller{bus_, "caller", R"(["go"])"};
+    std::promise<std::string> reply;
+    caller.message = [&](auto, auto) {
+        entered_.set();
+        reply.set_value(caller.call("/callee/x"));
+    };
+    caller.run();
+    asker_.publish("go", "");
+    ASSERT_TRUE(entered_.wait());
+    caller.join(); // the callee never runs
+    EXPECT_EQ(reply.get_future().get(), "(null)");
+}
+
+TEST_F(Waiting, BringsTheReplyOfACalleeThatStopsItself)
+{
+    callee_.answer = [this](auto, auto) {
+        quillon_node_stop(callee_.node());
+        return heapText("last words");
+    };
+    callee_.run();
+    EXPECT_EQ(asker_.call("/callee/x"), "last words");
+    EXPECT_EQ(asker_.call("/callee/x"), "(null)");
+}
+
+TEST_F(Waiting, EndsWhenTheCallersOwnCalleeDeletesIt)
+{
+    auto caller = std::make_unique<Peer>(bus_, "caller", R"(["go"])");
+    std::promise<std::string> reply;
+    caller->message = [&](auto, auto) { reply.set_value(caller->call("/callee/x")); };
+    callee_.answer = [&](auto, auto) {
+        quillon_node_delete(caller->release());
+        return heapText("unheard");
+    };
+    callee_.run();
+    caller->run();
+    asker_.publish("go", "");
+    EXPECT_EQ(reply.get_future().get(), "(null)");
+    EXPECT_EQ(asker_.call("/callee/barrier"), "unheard");
+    caller->thread().join();
+}
+
+} // namespace
