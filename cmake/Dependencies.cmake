@@ -3,9 +3,11 @@
 #
 #   cjson_dependency         JSON
 #   pocketsphinx_dependency  speech recognition
+#   sndfile_dependency, samplerate_dependency, portaudio_dependency, cli11_dependency
+#                            sound files, sample rates, sound devices and arguments of the tool
 find_package(Threads REQUIRED)
 if(CMAKE_CROSSCOMPILING)
-    include(${CMAKE_CURRENT_LIST_DIR}/dependencies/FromSource.cmake)
+    add_subdirectory(cmake/third_party EXCLUDE_FROM_ALL)
 else()
-    include(${CMAKE_CURRENT_LIST_DIR}/dependencies/FromSystem.cmake)
+    include(${CMAKE_CURRENT_LIST_DIR}/SystemDependencies.cmake)
 endif()

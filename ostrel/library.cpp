@@ -2,7 +2,7 @@
 
 #include "contracts/ostrel.h"
 #include "ostrel/transcriber.h"
-#include "ostrel/vad_models.h"
+#include "ostrel/vad_detector.h"
 
 #include <mutex>
 #include <new>

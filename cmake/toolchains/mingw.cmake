@@ -7,6 +7,7 @@ set(CMAKE_CXX_COMPILER ${mingw}-g++-posix)
 set(CMAKE_RC_COMPILER ${mingw}-windres)
 
 set(CMAKE_FIND_ROOT_PATH /usr/${mingw})
+set(ENV{PKG_CONFIG_LIBDIR} /usr/${mingw}/lib/pkgconfig)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
