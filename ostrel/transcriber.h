@@ -1,8 +1,12 @@
 // Free speech to text over a whole utterance.
 //
+// transcriptWords of ostrel/transcript_text.h makes plain words of its texts.
+//
 // The model is loaded once per process, at the first use, and shared; it stays until the library is
 // released and nobody holds it any more.
 #pragma once
+
+#include "ostrel/transcript_text.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -28,10 +32,6 @@ std::shared_ptr<const Transcriber> transcriberOpen();
 // at once. False when the model fails; the reason is in the log.
 bool transcribe(const Transcriber &transcriber, const int16_t *samples, size_t count,
                 Transcript *transcript);
-
-// The words of a text in lower case, separated by single blanks, without punctuation; an apostrophe
-// inside a word stays.
-std::string transcriptWords(const std::string &text);
 
 // Lets the shared model go; handles that hold it keep it.
 void transcriberRelease();
