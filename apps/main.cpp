@@ -1,0 +1,84 @@
+// vantel: a command-line host of the library.
+#include "apps/commands.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <exception>
+
+namespace
+{
+
+constexpr char kAbout[] =
+    "Spoken commands from recordings or the microphone.\n\n"
+    "  vantel run --audio hello.wav             recognise a recording with the demo grammar\n"
+    "  vantel run --audio a.wav --grammar g.gram   with a grammar of yours\n"
+    "  vantel listen                            speak: \"go forward ten meters\"\n"
+    "  vantel grammar check g.gram              what is wrong with a grammar\n\n"
+    "Exit codes: 0 a command was recognised, 2 none was, 1 something failed.";
+
+void addCommonOptions(CLI::App *command, vantel::app::RunOptions *options)
+{
+    command->add_option("--config", options->configurationPath,
+                        "JSON file: the instance's configuration; its member \"init\" goes to the "
+                        "library's initialisation. Without it the built-in one is used.");
+    command->add_option("--grammar", options->grammarPath,
+                        "JSGF file that takes the place of the configuration's grammar");
+    command
+        ->add_option("--language", options->language,
+                     "language of the built-in demo grammar: en or zh")
+        ->check(CLI::IsMember({"en", "zh"}));
+    command->add_option("--log", options->logFolder, "folder for the library's logs, in full");
+    command->add_option("--device", options->device, "microphone by its number");
+    command->add_flag("--json", options->isJson, "one JSON object per event and line");
+    command->add_flag("--list-devices", options->listDevices, "show the microphones and end");
+}
+
+int run(int argc, char **argv)
+{
+    using namespace vantel::app;
+    CLI::App app{kAbout, "vantel"};
+    app.require_subcommand(1);
+
+    RunOptions options;
+    CLI::App *run = app.add_subcommand("run", "Hold dialogs over recordings or the microphone");
+    addCommonOptions(run, &options);
+    auto *audio = run->add_option("--audio", options.audioPaths,
+                                  "recordings, one after the other: sound files of any rate and "
+                                  "channel count, or raw 16 kHz samples (.raw, .pcm)");
+    run->add_flag("--mic", options.useMicrophone, "hear the microphone")->excludes(audio);
+    run->add_flag("--fast", options.isFast, "feed recordings as fast as the engine takes them");
+
+    CLI::App *listen = app.add_subcommand("listen", "Hear the microphone, with the demo grammar");
+    addCommonOptions(listen, &options);
+
+    std::string grammarPath;
+    CLI::App *grammar = app.add_subcommand("grammar", "Work with grammars");
+    grammar->require_subcommand(1);
+    CLI::App *check = grammar->add_subcommand("check", "Compile a grammar and say what is wrong");
+    check->add_option("FILE", grammarPath, "JSGF file")->required();
+    check->add_option("--language", options.language, "language of its words: en or zh")
+        ->check(CLI::IsMember({"en", "zh"}));
+
+    CLI::App *version = app.add_subcommand("version", "Show the version");
+    CLI11_PARSE(app, argc, argv);
+
+    if (*version) {
+        std::printf("vantel " VANTEL_VERSION "\n");
+        return 0;
+    }
+    if (*check) return grammarCheckCommand(grammarPath, options.language);
+    if (*listen) options.useMicrophone = true;
+    return runCommand(options);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    try {
+        return run(argc, argv);
+    } catch (const std::exception &failure) {
+        std::fprintf(stderr, "vantel: %s\n", failure.what());
+        return vantel::app::kExitError;
+    }
+}

@@ -1,0 +1,165 @@
+#include "apps/session.h"
+
+#include "contracts/quillon.h"
+#include "tools/json.h"
+
+#include <vantel/vantel.h>
+
+namespace vantel::app
+{
+namespace
+{
+
+enum Event : int32_t {
+    kVad = 1003,
+    kRecognition = 1004,
+    kReply = 1005,
+    kError = 1006,
+    kStatus = 1012,
+};
+
+// The codes of the engine's parts that could not be made: without them nothing is ever recognised.
+bool isFatal(int errorId)
+{
+    return errorId == -7399 || errorId == -7199 || errorId == -7898;
+}
+
+std::string textOf(const char *text)
+{
+    return text ? text : "";
+}
+
+} // namespace
+
+Session::Session(const std::string &initialisation, const std::string &parameters, EventSink sink)
+    : sink_(std::move(sink))
+{
+    if (int32_t code = vantelInit(initialisation.c_str()); code != 0) {
+        error_ = "the speech engine cannot be loaded (code " + std::to_string(code) +
+                 "); a log folder (--log) tells why";
+        return;
+    }
+    handle_ = vantelNew(parameters.c_str(), callback, this);
+    if (!handle_) {
+        error_ = "the configuration is not a JSON object";
+        return;
+    }
+    // The handle's first member is the bus; a member of our own can wait for the others' queues.
+    void *bus = *static_cast<void **>(handle_);
+    member_ = quillon_node_new(bus, "vantelTool", nullptr, nullptr, nullptr);
+    settle();
+}
+
+Session::~Session()
+{
+    if (member_) quillon_node_delete(member_);
+    vantelDelete(handle_);
+    vantelRelease();
+}
+
+char *Session::callback(void *user, const void *data, uint32_t length, int32_t type, int32_t event)
+{
+    Session *session = static_cast<Session *>(user);
+    auto elapsed = std::chrono::steady_clock::now() - session->begin_;
+    HostEvent seen{std::chrono::duration_cast<std::chrono::milliseconds>(elapsed).count(), event,
+                   type,
+                   data ? std::string(static_cast<const char *>(data), length) : std::string()};
+    session->observe(seen);
+    // Two of the library's threads deliver events.
+    std::lock_guard locked{session->sinkMutex_};
+    session->sink_(seen);
+    return nullptr;
+}
+
+void Session::observe(const HostEvent &event)
+{
+    if (event.type != 101) return;
+    Json data = jsonParse(event.data.c_str());
+    bool speaks = false;
+    {
+        std::lock_guard locked{mutex_};
+        switch (event.event) {
+        case kStatus:
+            status_ = textOf(jsonString(data.get(), "status"));
+            if (status_ != "listening") isInSpeech_ = false;
+            break;
+        case kVad:
+            isInSpeech_ = jsonInt(data.get(), "status", 0) == 1;
+            break;
+        case kRecognition:
+            // Only a grammar's result has a meaning.
+            if (jsonInt(data.get(), "eof", 0) == 1 && jsonObject(data.get(), "post")) ++commands_;
+            break;
+        case kReply:
+            speaks = !textOf(jsonString(jsonMember(data.get(), "dm"), "nlg")).empty();
+            break;
+        case kError:
+            if (isFatal(jsonInt(data.get(), "errId", 0))) hasFailed_ = true;
+            break;
+        default:
+            break;
+        }
+    }
+    changed_.notify_all();
+    // The tool shows a reply's speech instead of playing it: its playback ends at once.
+    if (speaks) vantelNotifyTTSEnd(handle_, nullptr);
+}
+
+// Returns once every node has handled what it was sent: a call is answered behind earlier messages.
+void Session::settle()
+{
+    for (const char *path : {"/localVad/settle", "/localProcessor/settle", "/localDms/settle",
+                             "/localProcessor/settle"}) {
+        quillon_call(member_, path, nullptr, 0);
+    }
+}
+
+void Session::startDialog()
+{
+    vantelStartDialog(handle_);
+    settle();
+}
+
+void Session::stopDialog()
+{
+    vantelStopDialog(handle_);
+    settle();
+}
+
+void Session::feed(const int16_t *samples, size_t count)
+{
+    vantelFeedData(handle_, samples, static_cast<int32_t>(count * sizeof *samples));
+    settle();
+}
+
+std::string Session::status() const
+{
+    std::lock_guard locked{mutex_};
+    return status_;
+}
+
+bool Session::waitForChange(const std::string &status, std::chrono::milliseconds limit)
+{
+    std::unique_lock locked{mutex_};
+    return changed_.wait_for(locked, limit, [&] { return status_ != status; });
+}
+
+bool Session::isInSpeech() const
+{
+    std::lock_guard locked{mutex_};
+    return isInSpeech_;
+}
+
+int32_t Session::commands() const
+{
+    std::lock_guard locked{mutex_};
+    return commands_;
+}
+
+bool Session::hasFailed() const
+{
+    std::lock_guard locked{mutex_};
+    return hasFailed_;
+}
+
+} // namespace vantel::app
