@@ -1,5 +1,7 @@
 #include "apps/audio_source.h"
 
+#include "platform/platform.h"
+
 #include <portaudio.h>
 
 namespace vantel::app
@@ -11,7 +13,13 @@ namespace
 class Library
 {
 public:
-    Library() : failure_(Pa_Initialize()) {}
+    Library()
+    {
+        // The sound systems below write pages about devices that are not there.
+        int32_t muted = platformMuteErrors();
+        failure_ = Pa_Initialize();
+        platformRestoreErrors(muted);
+    }
     ~Library()
     {
         if (failure_ == paNoError) Pa_Terminate();

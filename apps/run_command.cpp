@@ -172,25 +172,32 @@ bool openInput(const RunOptions &options, std::vector<std::unique_ptr<AudioSourc
     return true;
 }
 
-// Feeds the input while the dialog listens, and starts the next dialog when one has ended.
-void hold(Session &session, Input &input, Timeline &timeline, std::mutex &output,
+// Feeds the input while the dialog listens, and starts the next dialog when one has ended. False
+// when the dialog cannot go on.
+bool hold(Session &session, Input &input, Timeline &timeline, std::mutex &output,
           const RunOptions &options)
 {
     auto due = steady_clock::now();
+    int32_t started = 0;
     while (!isInterrupted) {
         std::string status = session.status();
         if (status == "silence") {
-            if (input.isSpent()) return;
+            if (input.isSpent()) return true;
             session.startDialog();
+            if (session.status() == "silence" && session.dialogs() == started) {
+                complain("the dialog does not start");
+                return false;
+            }
+            started = session.dialogs();
             continue;
         }
         if (status != "listening") {
-            if (!session.waitForChange(status, kReplyLimit)) return;
+            if (!session.waitForChange(status, kReplyLimit)) return false;
             due = steady_clock::now();
             continue;
         }
         std::vector<int16_t> chunk = input.next();
-        if (chunk.empty()) return;
+        if (chunk.empty()) return true;
         session.feed(chunk.data(), chunk.size());
         {
             std::lock_guard locked{output};
@@ -201,6 +208,7 @@ void hold(Session &session, Input &input, Timeline &timeline, std::mutex &output
             std::this_thread::sleep_until(due);
         }
     }
+    return true;
 }
 
 } // namespace
@@ -234,13 +242,13 @@ int runCommand(const RunOptions &options)
     if (!session.error().empty()) return complain(session.error());
     if (session.hasFailed()) return complain("a part of the speech engine cannot be made");
     Input input{std::move(sources)};
-    hold(session, input, timeline, output, options);
+    const bool held = hold(session, input, timeline, output, options);
     session.stopDialog();
     {
         std::lock_guard locked{output};
         timeline.clearProgress();
     }
-    if (session.hasFailed()) return kExitError;
+    if (!held || session.hasFailed()) return kExitError;
     if (session.commands() > 0) return kExitRecognised;
     if (!options.isJson) std::printf("no command was recognised\n");
     return kExitNothingRecognised;

@@ -11,7 +11,6 @@ namespace
 {
 
 enum Event : int32_t {
-    kVad = 1003,
     kRecognition = 1004,
     kReply = 1005,
     kError = 1006,
@@ -81,10 +80,7 @@ void Session::observe(const HostEvent &event)
         switch (event.event) {
         case kStatus:
             status_ = textOf(jsonString(data.get(), "status"));
-            if (status_ != "listening") isInSpeech_ = false;
-            break;
-        case kVad:
-            isInSpeech_ = jsonInt(data.get(), "status", 0) == 1;
+            if (status_ == "listening") ++dialogs_;
             break;
         case kRecognition:
             // Only a grammar's result has a meaning.
@@ -144,10 +140,10 @@ bool Session::waitForChange(const std::string &status, std::chrono::milliseconds
     return changed_.wait_for(locked, limit, [&] { return status_ != status; });
 }
 
-bool Session::isInSpeech() const
+int32_t Session::dialogs() const
 {
     std::lock_guard locked{mutex_};
-    return isInSpeech_;
+    return dialogs_;
 }
 
 int32_t Session::commands() const

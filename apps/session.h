@@ -42,8 +42,7 @@ public:
     // Waits until the status differs from `status`, or for so long.
     bool waitForChange(const std::string &status, std::chrono::milliseconds limit);
 
-    // Whether the detector hears speech that has not ended yet.
-    bool isInSpeech() const;
+    int32_t dialogs() const;  // listening turns so far
     int32_t commands() const; // recognised by the grammar so far
     bool hasFailed() const;   // a part of the engine reported that it cannot work
 
@@ -63,7 +62,7 @@ private:
     mutable std::mutex mutex_;
     std::condition_variable changed_;
     std::string status_ = "silence";
-    bool isInSpeech_ = false;
+    int32_t dialogs_ = 0;
     int32_t commands_ = 0;
     bool hasFailed_ = false;
 };

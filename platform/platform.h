@@ -79,6 +79,11 @@ std::FILE *platformOpenFile(const char *path, const char *mode);
 // Whether the stream shows on a terminal.
 bool platformIsTerminal(std::FILE *stream);
 
+// Sends what the process writes to standard error nowhere, until it is restored with what this
+// returned; for libraries that chatter. -1 when it could not.
+int32_t platformMuteErrors();
+void platformRestoreErrors(int32_t muted);
+
 // Loads a shared library at run time; null when it cannot be loaded. Symbols are null when absent.
 void *platformLibraryOpen(const char *path);
 void *platformLibrarySymbol(void *library, const char *name);

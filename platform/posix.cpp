@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <memory>
 #include <new>
 #include <pthread.h>
@@ -207,6 +208,24 @@ std::FILE *platformOpenFile(const char *path, const char *mode)
 bool platformIsTerminal(std::FILE *stream)
 {
     return isatty(fileno(stream)) != 0;
+}
+
+int32_t platformMuteErrors()
+{
+    std::fflush(stderr);
+    int32_t kept = dup(fileno(stderr));
+    int32_t nowhere = open("/dev/null", O_WRONLY);
+    if (kept >= 0 && nowhere >= 0) dup2(nowhere, fileno(stderr));
+    if (nowhere >= 0) close(nowhere);
+    return kept;
+}
+
+void platformRestoreErrors(int32_t muted)
+{
+    if (muted < 0) return;
+    std::fflush(stderr);
+    dup2(muted, fileno(stderr));
+    close(muted);
 }
 
 void *platformLibraryOpen(const char *path)

@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 #include <ctime>
+#include <fcntl.h>
 #include <io.h>
 #include <memory>
 #include <new>
@@ -189,6 +190,24 @@ std::FILE *platformOpenFile(const char *path, const char *mode)
 bool platformIsTerminal(std::FILE *stream)
 {
     return _isatty(_fileno(stream)) != 0;
+}
+
+int32_t platformMuteErrors()
+{
+    std::fflush(stderr);
+    int32_t kept = _dup(_fileno(stderr));
+    int32_t nowhere = _open("NUL", _O_WRONLY);
+    if (kept >= 0 && nowhere >= 0) _dup2(nowhere, _fileno(stderr));
+    if (nowhere >= 0) _close(nowhere);
+    return kept;
+}
+
+void platformRestoreErrors(int32_t muted)
+{
+    if (muted < 0) return;
+    std::fflush(stderr);
+    _dup2(muted, _fileno(stderr));
+    _close(muted);
 }
 
 void *platformLibraryOpen(const char *path)
