@@ -1,0 +1,193 @@
+// The node's making, states, calls, topics and log.
+#include "tests/dms/dms_node.h"
+
+#include <regex>
+
+namespace
+{
+
+const std::string kGramReport = R"(sys.vantel.error {"errId":-7199,"errMsg":"gram core error"})";
+const std::string kAsrReport = R"(sys.vantel.error {"errId":-7898,"errMsg":"asr core error"})";
+const std::string kLimitReport =
+    R"(sys.vantel.error {"errId":-7897,"errMsg":"local asr exceedlimit"})";
+
+constexpr char kAsrOnly[] = R"({"asr":{"res":"a"}})";
+constexpr char kBoth[] = R"({"gram":{"res":"g"},"asr":{"res":"a"}})";
+
+struct MakingCase {
+    const char *configuration;
+    Texts failing; // engine functions
+    Texts calls;
+    Texts reports;
+};
+
+const MakingCase kMakings[] = {
+    {kBoth, {}, {"gram_new", "gram_start", "gram_delete", "asr_new"}, {}},
+    {kBoth, {"gram_new"}, {"gram_new", "asr_new"}, {kGramReport}},
+    {kBoth, {"gram_new", "asr_new"}, {"gram_new", "asr_new"}, {kGramReport, kAsrReport}},
+    // A grammar that does not compile leaves the node without recogniser, and tells nobody.
+    {kBoth, {"gram_start"}, {"gram_new", "gram_start", "gram_delete"}, {}},
+    {kAsrOnly, {"asr_new"}, {"asr_new"}, {kAsrReport}},
+    {R"({"gram":"g","asr":[]})", {}, {}, {}},
+    {"no json", {}, {}, {}},
+    {nullptr, {}, {}, {}},
+};
+
+class DmsCalls : public DmsNode
+{
+protected:
+    // Since the last look, without "ostrel_".
+    Texts engineCalls()
+    {
+        settle();
+        Texts names;
+        for (const std::string &name : scripted::callNames())
+            names.push_back(name.substr(7));
+        scripted::reset();
+        return names;
+    }
+};
+
+TEST_F(DmsCalls, MakeWhatConfigurationAndEngineAllowAndHoldReportsUntilTheNodeRuns)
+{
+    for (const MakingCase &one : kMakings) {
+        SCOPED_TRACE(std::string(vantel::orNull(one.configuration)) +
+                     testing::PrintToString(one.failing));
+        scripted::reset();
+        for (const std::string &function : one.failing)
+            scripted::setResult("ostrel_" + function, -5);
+        begin(one.configuration);
+        EXPECT_EQ(published(), one.reports);
+        EXPECT_EQ(engineCalls(), one.calls);
+        const bool hasRecogniser = scripted::liveHandles() == 1;
+        for (const char *verb : {"start", "stop", "reset"})
+            call(verb);
+        EXPECT_EQ(engineCalls(),
+                  hasRecogniser ? (Texts{"asr_start", "asr_stop", "asr_cancel"}) : Texts{});
+        end();
+    }
+}
+
+TEST_F(DmsCalls, StartStopResetAndCancelMindTheState)
+{
+    begin(kAsrOnly);
+    for (const char *verb : {"stop", "cancel"})
+        EXPECT_EQ(call(verb), "(null)");
+    EXPECT_EQ(engineCalls(), Texts{"asr_new"}) << "nothing was started";
+    call("reset");
+    call("stop");
+    EXPECT_EQ(engineCalls(), Texts{"asr_cancel"}) << "reset acts in any state, and ends as stopped";
+    for (const char *verb : {"start", "start", "stop", "stop", "start", "cancel", "cancel"})
+        EXPECT_EQ(call(verb), "(null)");
+    EXPECT_EQ(engineCalls(), (Texts{"asr_start", "asr_stop", "asr_start", "asr_cancel"}));
+    EXPECT_EQ(call("pause"), R"({"data":"localDms url not implement"})");
+}
+
+TEST_F(DmsCalls, TopicsDoWhatTheCallsDo)
+{
+    begin(kAsrOnly);
+    engineCalls();
+    const std::pair<const char *, const char *> messages[] = {
+        {"sys.localDms.cancel", ""},
+        {"sys.localDms.ctrl", R"({"operation":"stop"})"},
+        {"sys.localDms.ctrl", R"({"operation":"start","subsets":"甲"})"},
+        {"sys.localDms.ctrl", R"({"operation":"start","subsets":"乙"})"},
+        {"sys.localDms.ctrl", "no json"},
+        {"sys.localDms.ctrl", ""},
+        {"sys.localDms.ctrl", R"({"operation":"stop"})"},
+        {"sys.localDms.reset", "why"},
+        {"sys.localDms.ctrl", R"({"operation":"start"})"},
+        {"sys.localDms.cancel", "because"},
+    };
+    for (const auto &[topic, data] : messages)
+        publish(topic, data);
+    EXPECT_EQ(engineCalls(),
+              (Texts{"asr_start", "asr_stop", "asr_cancel", "asr_start", "asr_cancel"}));
+    EXPECT_EQ(log("ZQ-localDms subsets"),
+              (Texts{"[I]  ZQ-localDms subsets: 甲", "[I]  ZQ-localDms subsets: NULL"}));
+    EXPECT_EQ(log("params: why"), Texts{"[I]  ZQ-localDms onReset params: why"});
+    EXPECT_EQ(log("params: because"), Texts{"[I]  ZQ-localDms onCancel params: because"});
+}
+
+TEST_F(DmsCalls, AudioIsFedAndCapturedOnlyWhileStarted)
+{
+    begin((R"({"asr":{"cachePcm":"true"},"homePath":")" + folder() + R"("})").c_str());
+    publish("sys.localVad.pcm", "too early");
+    call("start");
+    publish("sys.localVad.pcm", std::string("ab\0c", 4));
+    published();
+    scripted::setResult("ostrel_asr_feed", -9891);
+    publish("sys.localVad.pcm", "de");
+    publish("sys.localVad.pcm", "fg");
+    EXPECT_EQ(published(), (Texts{kLimitReport, kLimitReport})) << "the limit, for each chunk";
+    call("stop");
+    publish("sys.localVad.pcm", "too late");
+    published();
+    std::string fed;
+    for (const scripted::Call &one : scripted::calls("ostrel_asr_feed"))
+        fed += one.pcm;
+    EXPECT_EQ(fed, std::string("ab\0cdefg", 8));
+
+    Texts named = log("asr pcm path");
+    ASSERT_EQ(named.size(), 1U);
+    std::string path = named[0].substr(named[0].find(": ") + 2);
+    EXPECT_TRUE(std::regex_match(path.substr(folder().size()),
+                                 std::regex("/cache/asr/[0-9]{1,10}[0-9a-f]{40}\\.pcm")));
+    EXPECT_EQ(support::readFile(path), fed);
+}
+
+TEST_F(DmsCalls, EveryStepOfANodesLifeIsLogged)
+{
+    begin(R"({"gram":{"res":"g"},"asr":{"res":"a","env":{"beam":0.5}},"fullDuplex":"true",)"
+          R"("micType":"mono","aecMode":"external","wakeup":{"subsets":"甲"}})");
+    call("start", R"({"wakeupWord":"hello"})");
+    EXPECT_EQ(published(),
+              Texts{R"(sys.vantel.error {"errId":-7288,"errMsg":"wakeupWords must chinese when )"
+                    R"(using oneshot or must set words subsets"})"});
+    EXPECT_EQ(scripted::calls("ostrel_asr_start").at(0).text, R"({"env":"beam=0.500000;"})");
+    scripted::emit(scripted::Part::asr, scripted::Moment::feed, 0,
+                   R"({"grammar":{"rec":"x",)"
+                   R"("conf":0.25},"ngram":{"rec":"abc"}})");
+    publish("sys.localVad.pcm", "12");
+    published();
+    call("stop");
+    publish("sys.localAgent.exit", "");
+    published();
+    end();
+    Texts lines = log("ZQ-localDms");
+    std::erase_if(lines, [](const std::string &line) {
+        return line.find("feed old") != std::string::npos; // has times
+    });
+    EXPECT_EQ(lines,
+              (Texts{"[I]  ZQ-localDms enable fullDuplex",
+                     "[I]  ZQ-localDms micType is mono",
+                     "[I]  ZQ-localDms aecMode is external",
+                     R"([I]  ZQ-localDms native asr env: {"env":"beam=0.500000;"})",
+                     R"([I]  ZQ-localDms-ldm, gram new gramcfg: {"res":"g"}, ret: 0)",
+                     R"([I]  ZQ-localDms-ldm gram start, ret: 0, params: {"res":"g"})",
+                     "[I]  ZQ-localDms-ldm gram delete, dret: 0",
+                     R"([I]  ZQ-localDms-ldm, asr new asrcfg: {"res":"a","env":{"beam":0.5}})",
+                     "[I]  ZQ-localDms  onNew success",
+                     "[I]  ZQ-localDms onStart",
+                     "[I]  ZQ-localDms clear wakeupWordSets",
+                     "[E]  ZQ-localDms word must is chinese or config subsets",
+                     "[I]  ZQ-localDms subsets: NULL",
+                     R"([I]  ZQ-localDms-ldm asr start begin, params: {"env":"beam=0.500000;"})",
+                     "[I]  ZQ-localDms-ldm asr start end, ret: 0",
+                     "[V]  ZQ-localDms topic: sys.localVad.pcm, len: 2",
+                     "[V]  ZQ-localDms onFeed",
+                     R"([I]  ZQ-localDms-ldm coreAsr result {"grammar":{"rec":"x","conf":0.25},)"
+                     R"("ngram":{"rec":"abc"}})",
+                     "[E]  ZQ-localDms-ldm grammar asr drop, conf:0.250000",
+                     "[I]  ZQ-localDms-ldm mix gram parse ret: -1",
+                     "[I]  ZQ-localDms-ldm mix ngram parse ret: 0",
+                     "[D]  ZQ-localDms-ldm asr feed, 0",
+                     "[I]  ZQ-localDms onStop",
+                     "[I]  ZQ-localDms-ldm asr stop, ret: 0",
+                     "[V]  ZQ-localDms topic: sys.localAgent.exit, len: 0",
+                     "[I]  ZQ-localDms sys exit",
+                     "[I]  ZQ-localDms-ldm asr delete, ret: 0",
+                     "[I]  ZQ-localDms onDelete"}));
+}
+
+} // namespace
