@@ -87,13 +87,6 @@ TEST_F(Measurement, SpeechThatGoesOnIsVoiceUpToTheEndOfTheAudio)
     EXPECT_EQ(lengths(node), R"({"silenceLen":32000,"voiceLen":48000)");
 }
 
-TEST_F(Measurement, SilenceIsWhatComesBeforeSpeechAndThePauseBehindIt)
-{
-    VadNode node{kPause300};
-    turn(node, spoken(), {began(32000), ended(73600)});
-    EXPECT_EQ(lengths(node), R"({"silenceLen":41600,"voiceLen":32000)");
-}
-
 TEST_F(Measurement, FullModeTakesEachSilenceOnce)
 {
     const Names statuses = {began(32000), ended(73600), began(80000)};
