@@ -170,7 +170,6 @@ void readSettings(const cJSON *configuration, VadRecord *record)
     settings.onsetFrames = std::min(settings.onsetFrames, settings.onsetWindow);
     readNumber(configuration, "onsetFrames", 1, settings.onsetWindow, &settings.onsetFrames);
     readNumber(configuration, "beginMargin", 0, kMinuteMs, &settings.beginMarginMs);
-    readNumber(configuration, "endMargin", 0, kMinuteMs, &settings.endMarginMs);
     readNumber(configuration, "maxSpeech", 0, 60 * kMinuteMs, &settings.maxSpeechMs);
     record->preRollBytes = preRollMs * kBytesPerMs;
     record->segmenter.settings = settings;

@@ -36,10 +36,7 @@ SpeechEvent takeInSpeech(Segmenter *segmenter, double probability, int64_t *offs
                                                    settings.maxSpeechMs * kBytesPerMs;
     if (!paused && !tooLong) return SpeechEvent::none;
 
-    // The margin never makes an utterance shorter than nothing.
-    int64_t pauseEnd = paused ? segmenter->lastSpeech + segmenter->pauseBytes : segmenter->position;
-    int64_t earliest = segmenter->firstSpeech + (paused ? segmenter->pauseBytes : 0);
-    *offset = std::max(earliest, pauseEnd - settings.endMarginMs * kBytesPerMs);
+    *offset = paused ? segmenter->lastSpeech + segmenter->pauseBytes : segmenter->position;
     segmenter->speaking = false;
     segmenter->onsets = 0;
     segmenter->lastBoundary = *offset;

@@ -1,8 +1,8 @@
 // Cuts a stream of frames, each with a probability of speech, into utterances.
 //
-// Offsets are bytes of the audio since the start. A boundary lies some time before the frame that
-// decided it, so that a caller who keeps the audio of earlier calls only still has the bytes up to
-// the boundary: with the default margins that holds for calls of up to 100 ms.
+// Offsets are bytes of the audio since the start. A beginning lies an onset and a margin before the
+// frame that decided it: a caller who has kept the audio of earlier calls of up to 100 ms has the
+// silence before it. A pause's end lies at most a frame before the one that decided it.
 #pragma once
 
 #include <cstdint>
@@ -18,7 +18,6 @@ struct SegmentSettings {
     int onsetFrames;     // so many such frames ...
     int onsetWindow;     // ... among so many make an onset; at most 32
     int beginMarginMs;   // speech is said to begin this long before its first frame
-    int endMarginMs;     // and to end this long before the end of its last one
     int maxSpeechMs;     // an utterance is cut at this length; 0: never
 };
 

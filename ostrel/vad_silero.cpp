@@ -24,7 +24,6 @@ constexpr SegmentSettings kDefaults = {.onThreshold = 0.5,
                                        .onsetFrames = 2,
                                        .onsetWindow = 3,
                                        .beginMarginMs = 40,
-                                       .endMarginMs = 100,
                                        .maxSpeechMs = 60000};
 
 std::mutex modelMutex;

@@ -23,7 +23,6 @@ constexpr SegmentSettings kDefaults = {.onThreshold = 0.5,
                                        .onsetFrames = 6,
                                        .onsetWindow = 8,
                                        .beginMarginMs = 40,
-                                       .endMarginMs = 100,
                                        .maxSpeechMs = 60000};
 
 class WebrtcDetector : public VadDetector

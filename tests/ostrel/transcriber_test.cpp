@@ -1,0 +1,105 @@
+// Free speech to text: the model over recordings, and its tokens to text to words.
+#include "ostrel/transcriber.h"
+
+#include "contracts/ostrel.h"
+#include "tests/ostrel/recordings.h"
+
+#include <gtest/gtest.h>
+#include <thread>
+
+using namespace vantel::ostrel;
+
+namespace
+{
+
+class Transcription : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        if (!HAS_MOONSHINE) GTEST_SKIP() << "this build could not get the transcriber's model";
+        ASSERT_EQ(ostrel_library_load(R"({"logEnable":false})"), 0);
+        transcriber = transcriberOpen();
+        ASSERT_NE(transcriber, nullptr);
+    }
+
+    void TearDown() override
+    {
+        transcriber.reset();
+        ostrel_library_release();
+    }
+
+    Transcript hear(const std::string &audio) const
+    {
+        Transcript transcript;
+        EXPECT_TRUE(transcribe(*transcriber, reinterpret_cast<const int16_t *>(audio.data()),
+                               audio.size() / 2, &transcript));
+        return transcript;
+    }
+
+    std::shared_ptr<const Transcriber> transcriber;
+};
+
+TEST_F(Transcription, SaysWhatPeopleSaid)
+{
+    Transcript command = hear(recordings::load("goforward.raw"));
+    EXPECT_EQ(transcriptWords(command.text), "go forward ten meters");
+    EXPECT_GT(command.confidence, 0.5);
+    EXPECT_LT(command.noise, 0.5);
+    Transcript read =
+        hear(recordings::load("librivox/sense_and_sensibility_01_austen_64kb-0930.wav"));
+    EXPECT_EQ(transcriptWords(read.text), "he might even have been made amiable himself");
+}
+
+TEST_F(Transcription, NoiseIsKnownForNoise)
+{
+    EXPECT_GT(hear(recordings::noise(1000, 2048)).noise, 0.9);
+    EXPECT_EQ(hear("").text, "");
+    hear(recordings::silence(1)); // shorter than the model can take
+}
+
+TEST_F(Transcription, ThreadsShareOneModel)
+{
+    std::string command = recordings::load("goforward.raw");
+    std::string other = recordings::load("something.raw");
+    std::string heard;
+    std::thread thread{[&] {
+        EXPECT_EQ(transcriberOpen(), transcriber);
+        heard = hear(other).text;
+    }};
+    EXPECT_EQ(transcriptWords(hear(command).text), "go forward ten meters");
+    thread.join();
+    EXPECT_EQ(transcriptWords(heard), "go somewhere and do something");
+}
+
+TEST(MissingModel, MakesNoTranscriber)
+{
+    ASSERT_EQ(ostrel_library_load(R"({"logEnable":false,"onnxRuntime":""})"), 0);
+    EXPECT_EQ(transcriberOpen(), nullptr);
+    ostrel_library_release();
+}
+
+TEST(Vocabulary, TokensSpellTextAndBrokenCharactersVanish)
+{
+    // "<unk>\n<s>\n</s>\n▁Hi\nya\n<0xE4>\n<0xBD>\n<0xA0>"
+    auto vocabulary =
+        vocabularyRead("PHVuaz4KPHM+Cjwvcz4K4paBSGkKeWEKPDB4RTQ+CjwweEJEPgo8MHhBMD4=");
+    ASSERT_EQ(vocabulary.size(), 8U);
+    auto spell = [&](std::vector<int64_t> tokens) { return vocabularySpell(vocabulary, tokens); };
+    EXPECT_EQ(spell({1, 3, 4, 3, 2}), "Hiya Hi");
+    EXPECT_EQ(spell({5, 6, 7, 4}), "你ya");
+    EXPECT_EQ(spell({3, 5, 6, 4, 7}), "Hiya") << "half a character";
+    EXPECT_EQ(spell({-1, 8, 1000000, 4}), "ya") << "no such tokens";
+    EXPECT_TRUE(vocabularyRead("").empty());
+}
+
+TEST(TranscriptWords, KeepWhatIsSpokenOnly)
+{
+    EXPECT_EQ(transcriptWords("Front, center!"), "front center");
+    EXPECT_EQ(transcriptWords("  It's \"cold-hearted\"...  "), "it's cold hearted");
+    EXPECT_EQ(transcriptWords("Don’t — set 21.5 degrees."), "don't set 21.5 degrees");
+    EXPECT_EQ(transcriptWords("Über 'quoted' café"), "Über quoted café");
+    EXPECT_EQ(transcriptWords("?!"), "");
+}
+
+} // namespace
