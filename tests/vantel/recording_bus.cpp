@@ -28,6 +28,7 @@ std::vector<recording::Publication> allPublished;
 std::vector<std::shared_ptr<Loop>> loops;
 std::string latestConfiguration;
 bool areBusesRefused = false;
+std::function<void(const std::string &)> nodeHandler;
 
 void record(const std::string &call)
 {
@@ -105,6 +106,7 @@ void *quillon_node_new(void *, const char *name, quillon_onmessage onmessage, qu
 {
     std::lock_guard locked{mutex};
     record(std::string("node_new ") + name);
+    if (nodeHandler) nodeHandler(name);
     return add({.name = name, .onmessage = onmessage, .oncall = oncall, .user = user});
 }
 
@@ -169,12 +171,19 @@ void reset()
     loops.clear();
     latestConfiguration.clear();
     areBusesRefused = false;
+    nodeHandler = nullptr;
 }
 
 void refuseBuses(bool isRefusing)
 {
     std::lock_guard locked{mutex};
     areBusesRefused = isRefusing;
+}
+
+void onNodeNew(std::function<void(const std::string &)> handler)
+{
+    std::lock_guard locked{mutex};
+    nodeHandler = std::move(handler);
 }
 
 std::vector<std::string> calls()

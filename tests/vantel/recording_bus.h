@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,9 @@ void reset();
 
 // quillon_bus_new gives null from now on.
 void refuseBuses(bool isRefusing);
+
+// Runs on the thread that makes a node, with the node's name.
+void onNodeNew(std::function<void(const std::string &)> handler);
 
 // "bus_new", "server_run", "node_new localAgent", "subscribe localAgent", "publish localAgent
 // sys.localAgent.exit", ...: the calls so far. Those of node_run are left out, because their place
