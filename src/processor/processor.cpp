@@ -1,11 +1,49 @@
 #include "src/processor/processor.h"
 
+#include "src/processor/processorRecord.h"
+
+#include <memory>
+#include <new>
+
 namespace vantel
 {
+namespace
+{
 
-ProcessorRecord *processorNew(void *, const char *, Instance *) { return nullptr; }
-int32_t processorStart(ProcessorRecord *) { return -1; }
-int32_t processorStop(ProcessorRecord *) { return 0; }
-int32_t processorDelete(ProcessorRecord *) { return 0; }
+void processorRun(void *argument)
+{
+    guarded([record = static_cast<ProcessorRecord *>(argument)] {
+        runNodeLoop(record, kProcessorNode);
+    });
+}
+
+} // namespace
+
+ProcessorRecord *processorNew(void *bus, const char *configuration, Instance *instance)
+{
+    std::unique_ptr<ProcessorRecord> record{new (std::nothrow) ProcessorRecord};
+    if (!record) return nullptr;
+    record->bus = bus;
+    record->instance = instance;
+    readConfiguration(record.get(), configuration);
+    return record.release();
+}
+
+int32_t processorStart(ProcessorRecord *record)
+{
+    return startLoop(record, "sbcp_processor", processorRun);
+}
+
+int32_t processorStop(ProcessorRecord *record)
+{
+    if (record) stopNodeLoop(record);
+    return 0;
+}
+
+int32_t processorDelete(ProcessorRecord *record)
+{
+    delete record;
+    return 0;
+}
 
 } // namespace vantel

@@ -8,7 +8,8 @@
 namespace vantel
 {
 
-// Null only when allocation fails. `configuration` is the instance's JSON text or null; it is copied.
+// Null only when allocation fails. `configuration` is the instance's JSON text or null; it is
+// copied.
 ProcessorRecord *processorNew(void *bus, const char *configuration, Instance *instance);
 
 // Starts the node's loop on "sbcp_processor": 0 once it runs, -1 without a thread.

@@ -1,0 +1,139 @@
+#include "src/agent/error_report.h"
+#include "src/processor/processorRecord.h"
+#include "src/vantel/topics.h"
+#include "tools/json.h"
+
+namespace vantel
+{
+namespace
+{
+
+bool isFinal(const char *recognition)
+{
+    const Json result = jsonParse(recognition);
+    return jsonInt(result.get(), "eof", 0) == 1;
+}
+
+// The host's answer takes the place of what it was told.
+const char *orAnswer(const HeapText &answer, const Message &message)
+{
+    return answer ? answer.get() : message.text();
+}
+
+void forward(ProcessorRecord *record, const char *topic, const Message &message)
+{
+    quillon_publish(record->node, topic, message.data, message.length);
+}
+
+} // namespace
+
+void onAsrResult(ProcessorRecord *record, const Message &message)
+{
+    killTimer(record, Timer::dm);
+    if (hasFlag(record, kListenRequested) && isFinal(message.text())) {
+        // That was all a listening-only turn is for.
+        _killAllTimer(record);
+        changeStatus(record, DialogStatus::silence);
+        record->shouldEndSession = 1;
+        setFlag(record, kListenRequested, false);
+    }
+    deliverToHost(record, Delivery::asr, message.data, message.length);
+}
+
+void onAsrEnd(ProcessorRecord *record, const Message &)
+{
+    if (!hasFlag(record, kAsrResConfigured) || !isTimerLive(record, Timer::dm)) return;
+    killTimer(record, Timer::dm);
+    changeStatus(record, DialogStatus::silence);
+}
+
+void onLocalAsrResult(ProcessorRecord *record, const Message &message)
+{
+    PROCESSOR_LOG(kInfo, "  %s local asr result: %s\n", kProcessorTag, orNull(message.text()));
+    if (isFinal(message.text())) _consoleDmsReset(record, nullptr);
+    forward(record, topics::kAsrResult, message);
+}
+
+void onLocalDmResult(ProcessorRecord *record, const Message &message)
+{
+    if (hasFlag(record, kListenRequested)) return;
+    PROCESSOR_LOG(kInfo, "  %s local dm result: %s\n", kProcessorTag, orNull(message.text()));
+    _consoleDmsReset(record, nullptr);
+    const Json result = jsonParse(message.text());
+    if (const cJSON *command = jsonObject(jsonObject(result.get(), "dm"), "command")) {
+        const HeapText text = jsonPrint(command);
+        publishText(record->node, topics::kCommandApi, text.get());
+    }
+    forward(record, topics::kDmsOutput, message);
+}
+
+void onDmsOutput(ProcessorRecord *record, const Message &message)
+{
+    _killAllTimer(record);
+    killTimer(record, Timer::keepAlive);
+    killTimer(record, Timer::checkValidDm);
+    const Json reply = jsonParse(message.text());
+    if (jsonIs(jsonObject(reply.get(), "dm"), "dataFrom", "native")) return;
+    const HeapText answer = deliverToHost(record, Delivery::dmOutput, message.data, message.length);
+    _consoleParseEvent(record, orAnswer(answer, message), EventKind::dmOutput);
+}
+
+void onRtOutput(ProcessorRecord *record, const Message &message)
+{
+    _killAllTimer(record);
+    const HeapText answer = deliverToHost(record, Delivery::rtOutput, message.data, message.length);
+    _consoleParseEvent(record, orAnswer(answer, message), EventKind::rtOutput);
+}
+
+void onError(ProcessorRecord *record, const Message &message)
+{
+    killTimer(record, Timer::dm);
+    const HeapText answer = deliverToHost(record, Delivery::error, message.data, message.length);
+    _consoleParseEvent(record, orAnswer(answer, message), EventKind::error);
+}
+
+// The skill timer runs until a reply cancels it, whether the host answers or not.
+void onNativeApi(ProcessorRecord *record, const Message &message)
+{
+    killTimer(record, Timer::dm);
+    setTimer(record, Timer::skill);
+    if (!hasHost(record)) return;
+    const HeapText answer =
+        deliverToHost(record, Delivery::dmNativeApi, message.data, message.length);
+    if (answer) {
+        PROCESSOR_LOG(kInfo, "  %s native api return value: %s\n", kProcessorTag, answer.get());
+        publishText(record->node, topics::kNativeResponse, answer.get());
+        return;
+    }
+    const HeapText report = errorReport(kErrNativeApiFeedback, nullptr);
+    PROCESSOR_LOG(kWarning, "  %s %s\n", kProcessorTag, orNull(report.get()));
+}
+
+void onNetStatus(ProcessorRecord *record, const Message &message)
+{
+    const HeapText answer = deliverText(record, Delivery::net, message.text());
+    const char *text = orAnswer(answer, message);
+    const Json report = jsonParse(text);
+    const bool isUp = jsonIs(report.get(), "status", "true");
+    if (!isUp && hasFlag(record, kNetUp) && record->status == DialogStatus::silence) {
+        _consoleDmsReset(record, nullptr);
+    }
+    setFlag(record, kNetUp, isUp);
+    publishText(record->node, topics::kProcessorNetStatus, text);
+}
+
+void onAuthResult(ProcessorRecord *record, const Message &message)
+{
+    const Json result = jsonParse(message.text());
+    if (jsonIs(result.get(), "result", "success") && jsonIs(result.get(), "authType", "oauth")) {
+        deliverToHost(record, Delivery::oauth, message.data, message.length);
+    }
+}
+
+// Audio for a consumer outside this library.
+void onPcm(ProcessorRecord *record, const Message &message)
+{
+    forward(record, "sys.localDms.pcm", message);
+}
+
+} // namespace vantel

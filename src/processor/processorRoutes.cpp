@@ -1,0 +1,294 @@
+#include "src/processor/processorRecord.h"
+#include "src/vantel/topics.h"
+#include "tools/json.h"
+
+#include <array>
+#include <cstring>
+#include <iterator>
+#include <string_view>
+
+namespace vantel
+{
+namespace
+{
+
+// What becomes of the host's answer.
+enum class Answer : uint8_t { freed, used };
+
+struct HostEvent {
+    Delivery delivery;
+    int32_t event;
+    Answer answer;
+    int32_t stampLevel;
+    // Log lines before and after the call; one that ends in a colon and a blank goes on with the
+    // data or with the answer.
+    const char *stamp;
+    const char *after;
+    int32_t type = kTypeJson;
+};
+
+constexpr auto kFreed = Answer::freed;
+constexpr auto kUsed = Answer::used;
+
+// clang-format off
+constexpr HostEvent kHostEvents[] = {
+    {Delivery::wakeup,        1002, kUsed,  kInfo,  "wakeup vantelHandle stamp, data: ",
+                                                    "wakeup vantelHandle, customdata: "},
+    {Delivery::asr,           1004, kFreed, kInfo,  "asr vantelHandle stamp, data: ",
+                                                    "asr vantelHandle, customdata: "},
+    {Delivery::dmOutput,      1005, kUsed,  kInfo,  "dmOutput vantelHandle stamp, data: ",
+                                                    "dmOutput vantelHandle, customdata: "},
+    {Delivery::error,         1006, kUsed,  kInfo,  "error vantelHandle stamp, data: ",
+                                                    "error vantelHandle"},
+    {Delivery::snr,           1007, kFreed, kInfo,  "snr vantelHandle stamp, data: ",
+                                                    "snr vantelHandle, customdata: "},
+    {Delivery::doa,           1008, kFreed, kInfo,  "doa vantelHandle stamp, data: ",
+                                                    "doa vantelHandle, customdata: "},
+    {Delivery::vprRuntime,    1010, kFreed, kInfo,  "vprRuntime vantelHandle stamp, data: ",
+                                                    "vprRuntime vantelHandle, customdata: "},
+    {Delivery::recorderCtrl,  1011, kFreed, kInfo,  "recorder ctrl vantelHandle stamp, data: ",
+                                                    "recorder ctrl vantelHandle end"},
+    {Delivery::dmCommandApi,  1013, kFreed, kInfo,  "dmCommandApi vantelHandle stamp, data: ",
+                                                    "dmCommandApi vantelHandle, customdata: "},
+    {Delivery::wkpCommandApi, 1013, kFreed, kInfo,  "wkpCommandApi vantelHandle stamp, data: ",
+                                                    "wkpCommandApi vantelHandle, customdata: "},
+    {Delivery::dmNativeApi,   1014, kUsed,  kInfo,  "dmNativeApi vantelHandle stamp, data: ",
+                                                    "dmNativeApi vantelHandle, customdata: "},
+    {Delivery::cttsConfig,    1015, kFreed, kInfo,  "ctts config vantelHandle stamp, data: ",
+                                                    "ctts config vantelHandle, customdata: "},
+    {Delivery::ttsSpeakUrl,   1015, kFreed, kInfo,  "tts speakUrl vantelHandle stamp, data: ",
+                                                    "tts speakUrl vantelHandle end"},
+    {Delivery::playerWait,    1016, kUsed,  kInfo,  "player vantelHandle stamp, data: ",
+                                                    "player vantelHandle, customdata: "},
+    {Delivery::playerBegin,   1016, kFreed, kInfo,  " player vantelHandle stamp, data: ",
+                                                    "player vantelHandle, customdata: "},
+    {Delivery::playerCtrl,    1016, kFreed, kInfo,  "player ctrl vantelHandle stamp, data: ",
+                                                    "player ctrl vantelHandle end"},
+    {Delivery::vocabs,        1017, kFreed, kInfo,  "vocabs vantelHandle stamp, data: ",
+                                                    "vocabs vantelHandle, customdata: "},
+    {Delivery::cinfoV2,       1018, kFreed, kInfo,  "cinfoV2 vantelHandle stamp, data: ",
+                                                    "cinfoV2 config vantelHandle, customdata: "},
+    {Delivery::net,           1028, kUsed,  kDebug, "net handle, data: ",
+                                                    "net handle, customdata: "},
+    {Delivery::mediaList,     1029, kFreed, kInfo,  "media list vantelHandle stamp,",
+                                                    "media list vantelHandle end"},
+    {Delivery::oauth,         1031, kFreed, kInfo,  "oauth vantelHandle begin",
+                                                    "oauth vantelHandle end"},
+    {Delivery::rtOutput,      1032, kUsed,  kInfo,  "rtOutput vantelHandle stamp, data: ",
+                                                    "rtOutput vantelHandle, customdata: "},
+    {Delivery::sentence,      1033, kFreed, kInfo,  "sentence result vantelHandle stamp, data: ",
+                                                    "sentence result vantelHandle, customdata: "},
+    {Delivery::evaluateKws,   1034, kFreed, kInfo,  "evaluate kws vantelHandle stamp, data: ",
+                                                    "evaluate kws vantelHandle end"},
+    {Delivery::face,          1035, kFreed, kInfo,  "faceResult vantelHandle stamp, data: ",
+                                                    "faceResult vantelHandle end"},
+    {Delivery::vprRegister,   1038, kFreed, kInfo,  "vprResgister result vantelHandle stamp, data: ",
+                                                    "vprResgister result vantelHandle end"},
+    {Delivery::vprUnregister, 1039, kFreed, kInfo,  "vprUnresgister result vantelHandle stamp, data: ",
+                                                    "vprUnresgister result vantelHandle end"},
+    {Delivery::vprVerify,     1040, kFreed, kInfo,  "vprVerify result vantelHandle stamp, data: ",
+                                                    "vprVerify result vantelHandle end"},
+    {Delivery::vprAsr,        1041, kFreed, kInfo,  "vprAsr result vantelHandle stamp, data: ",
+                                                    "vprAsr result vantelHandle end"},
+    {Delivery::status,        1012, kFreed, kInfo,  "processor dm status vantelHandle stamp, data: ",
+                                                    "processor dm status vantelHandle, customdata: "},
+    {Delivery::oneshot,       1036, kUsed,  kInfo,  "processor oneshot timeout vantelHandle stamp, data: ",
+                                                    "processor oneshot timeout vantelHandle, customdata: "},
+    {Delivery::checkValidDm,  1044, kFreed, kInfo,  "processor check valid dm vantelHandle stamp, data: ",
+                                                    "processor check valid dm vantelHandle, customdata: "},
+    {Delivery::deviceProtocol, 1025, kFreed, kVerbose, "morvaneProtocol vantelHandle stamp, data: ",
+                                                    "morvaneProtocol, customdata: "},
+    {Delivery::deviceDoa,     1027, kFreed, kVerbose, "morvane doa vantelHandle stamp, data: ",
+                                                    "morvane doa customdata: "},
+    {Delivery::deviceInfo,    1026, kFreed, kInfo,  "morvane lite info vantelHandle begin",
+                                                    "morvane info vantelHandle end", kTypeDeviceInfo},
+};
+// clang-format on
+
+constexpr bool isInOrder()
+{
+    for (size_t row = 0; row < std::size(kHostEvents); ++row) {
+        if (kHostEvents[row].delivery != static_cast<Delivery>(row)) return false;
+    }
+    return std::size(kHostEvents) == static_cast<size_t>(Delivery::count);
+}
+
+static_assert(isInOrder(), "the table is indexed by the delivery");
+
+void logHostLine(int32_t level, const char *line, const char *text)
+{
+    const bool showsText = std::string_view(line).ends_with(": ");
+    PROCESSOR_LOG(level, "  %s %s%s\n", kProcessorTag, line, showsText ? orNull(text) : "");
+}
+
+template <Delivery delivery> void toHost(ProcessorRecord *record, const Message &message)
+{
+    deliverToHost(record, delivery, message.data, message.length);
+}
+
+// For members outside this library: nothing is to be done here.
+void noAction(ProcessorRecord *, const Message &) {}
+
+enum class Subscribed : uint8_t { yes, no };
+
+struct Route {
+    const char *topic;
+    void (*handle)(ProcessorRecord *record, const Message &message);
+    Subscribed subscribed = Subscribed::yes;
+};
+
+// In the order of subscription.
+constexpr Route kRoutes[] = {
+    {topics::kError, onError},
+    {"sys.doa.result", toHost<Delivery::doa>},
+    {topics::kSnrResult, toHost<Delivery::snr>},
+    {topics::kTtsBegin, noAction},
+    {topics::kAsrResult, onAsrResult},
+    {topics::kSetting, onSetting},
+    {topics::kWakeupResult, onWakeupResult},
+    {topics::kPlayerWait, onPlayerWait},
+    {"sys.vprRuntime.result", toHost<Delivery::vprRuntime>},
+    {topics::kVadBegin, onVadBegin},
+    {topics::kVadEnd, onVadEnd},
+    {topics::kAsrCtrl, onAsrCtrl},
+    {topics::kTtsEnd, noAction},
+    {topics::kDmsOutput, onDmsOutput},
+    {topics::kCommandApi, toHost<Delivery::dmCommandApi>},
+    {"sys.localDms.nativeApi", onNativeApi},
+    {"sys.vad.timeout", onVadTimeout},
+    {"sys.asr.end", onAsrEnd},
+    {topics::kSpeak, onSpeak},
+    {"sys.localPlayer.begin", onPlayerBegin},
+    {topics::kDialogCtrl, onDialogCtrl},
+    {"sys.localDms.vocabs", toHost<Delivery::vocabs>},
+    {"sys.localDms.cttsConfig", toHost<Delivery::cttsConfig>},
+    {"sys.localDms.cinfoV2Result", toHost<Delivery::cinfoV2>},
+    {topics::kLocalAsrResult, onLocalAsrResult},
+    {topics::kLocalDmResult, onLocalDmResult},
+    {"sys.net.status", onNetStatus},
+    {topics::kCustomDataBegin, onCustomDataBegin},
+    {topics::kCustomDataEnd, onCustomDataEnd},
+    {topics::kTtsCustomData, onCustomData},
+    {topics::kInputText, onInput},
+    {topics::kTriggerIntent, onInput},
+    {"sys.localDms.media", toHost<Delivery::mediaList>},
+    {topics::kExtendspCtrl, onExtendspCtrl},
+    {"sys.localDms.authResult", onAuthResult},
+    {topics::kAgentExit, onAgentExit},
+    {"sys.sentence.result", toHost<Delivery::sentence>},
+    {"sys.rt.output", onRtOutput},
+    {"sys.localWakeup.evaluateResult", toHost<Delivery::evaluateKws>},
+    {"sys.localFace.result", toHost<Delivery::face>},
+    {topics::kFaceCtrl, noAction},
+    {topics::kSetContextSync, onSetContextSync},
+    {topics::kTtsPcm, noAction},
+    {"sys.vprResgister.result", toHost<Delivery::vprRegister>},
+    {"sys.vprUnresgister.result", toHost<Delivery::vprUnregister>},
+    {"sys.vprVerify.result", toHost<Delivery::vprVerify>},
+    {"sys.vprAsr.result", toHost<Delivery::vprAsr>},
+    {"sys.localProcessor.pcm", onPcm},
+    {topics::kRecorderCtrl, toHost<Delivery::recorderCtrl>},
+    {topics::kPlayerCtrl, toHost<Delivery::playerCtrl>},
+    {"sys.localDms.speakUrl", toHost<Delivery::ttsSpeakUrl>},
+    // Of the companion device, whose member of the bus does not exist yet.
+    {"sys.morvaneProtocol.result", toHost<Delivery::deviceProtocol>, Subscribed::no},
+    {"sys.morvane.doa", toHost<Delivery::deviceDoa>, Subscribed::no},
+    {"sys.morvane.QXInfo", toHost<Delivery::deviceInfo>, Subscribed::no},
+};
+
+// A perfect hash: every topic has a slot of its own, so that finding a handler costs one pass over
+// the name and one comparison, however many there are.
+constexpr size_t kSlots = 512;
+constexpr uint8_t kNoRow = 255;
+static_assert(std::size(kRoutes) < kNoRow);
+
+constexpr size_t slotOf(const char *topic, uint32_t seed)
+{
+    uint32_t hash = 2166136261U ^ seed;
+    for (; *topic != '\0'; ++topic)
+        hash = (hash ^ static_cast<unsigned char>(*topic)) * 16777619U;
+    return (hash ^ hash >> 16) % kSlots;
+}
+
+struct TopicIndex {
+    uint32_t seed = 0;
+    std::array<uint8_t, kSlots> rows{};
+};
+
+consteval TopicIndex makeTopicIndex()
+{
+    for (TopicIndex index;; ++index.seed) {
+        index.rows.fill(kNoRow);
+        size_t placed = 0;
+        while (placed < std::size(kRoutes)) {
+            uint8_t &row = index.rows[slotOf(kRoutes[placed].topic, index.seed)];
+            if (row != kNoRow) break;
+            row = static_cast<uint8_t>(placed++);
+        }
+        if (placed == std::size(kRoutes)) return index;
+    }
+}
+
+constexpr TopicIndex kTopicIndex = makeTopicIndex();
+
+const Route *findRoute(const char *topic)
+{
+    const uint8_t row = kTopicIndex.rows[slotOf(topic, kTopicIndex.seed)];
+    if (row == kNoRow || std::strcmp(kRoutes[row].topic, topic) != 0) return nullptr;
+    return &kRoutes[row];
+}
+
+constexpr size_t countSubscribed()
+{
+    size_t count = 0;
+    for (const Route &route : kRoutes)
+        count += route.subscribed == Subscribed::yes ? 1 : 0;
+    return count;
+}
+
+constexpr auto kTopics = [] {
+    std::array<const char *, countSubscribed()> topics{};
+    size_t next = 0;
+    for (const Route &route : kRoutes) {
+        if (route.subscribed == Subscribed::yes) topics[next++] = route.topic;
+    }
+    return topics;
+}();
+
+int32_t onmessage(void *user, void *, const char *topic, const void *data, uint32_t length)
+{
+    const Route *route = topic ? findRoute(topic) : nullptr;
+    if (!user || !route) return 0;
+    guarded([&] { route->handle(static_cast<ProcessorRecord *>(user), {topic, data, length}); });
+    return 0;
+}
+
+} // namespace
+
+constinit const NodeSpec kProcessorNode = {"localProcessor", kTopics, onmessage, processorOnCall};
+
+HeapText deliverToHost(ProcessorRecord *record, Delivery delivery, const void *data,
+                       uint32_t length)
+{
+    if (!hasHost(record)) return nullptr;
+    const HostEvent &event = kHostEvents[static_cast<size_t>(delivery)];
+    logHostLine(event.stampLevel, event.stamp, static_cast<const char *>(data));
+    HeapText answer = deliver(record->instance, data, length, event.type, event.event);
+    logHostLine(kVerbose, event.after, answer.get());
+    if (event.answer == Answer::freed) answer.reset();
+    return answer;
+}
+
+HeapText deliverText(ProcessorRecord *record, Delivery delivery, const char *text)
+{
+    return deliverToHost(record, delivery, text, textLength(text));
+}
+
+bool asksToIgnore(const char *answer)
+{
+    const Json parsed = jsonParse(answer);
+    const char *ignore = jsonString(parsed.get(), "ignore");
+    return ignore && std::string_view(ignore).starts_with("true");
+}
+
+} // namespace vantel

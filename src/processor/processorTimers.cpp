@@ -1,0 +1,195 @@
+#include "src/agent/error_report.h"
+#include "src/processor/processorRecord.h"
+#include "src/vantel/topics.h"
+#include "tools/json.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+namespace vantel
+{
+namespace
+{
+
+struct TimerRow {
+    Timer timer;
+    int32_t tag; // one bit a kind, as the bus hands it back
+    int32_t ProcessorRecord::*id;
+    int32_t fixedMs; // 0: the record's duration
+    int32_t ProcessorRecord::*durationMs;
+    const char *setLabel; // hosts read these, spelling included
+    const char *killLabel;
+};
+
+using Record = ProcessorRecord;
+
+constexpr TimerRow kTimers[] = {
+    {Timer::dm, 1, &Record::dmTimerId, 0, &Record::dmTimeOut, "timerId", "timerId"},
+    {Timer::skill, 2, &Record::dmTimerId, 10000, nullptr, "skill timerId", "timerId"},
+    {Timer::oneshot, 4, &Record::oneshotTimerId, 0, &Record::oneshotTimeout, "oneshot timerId",
+     "oneshot timerId"},
+    {Timer::cancelDialog, 8, &Record::cancelDialogTimerId, 40000, nullptr, "cancel dilaog timerId",
+     "cancel dialog timerId"},
+    {Timer::keepAlive, 64, &Record::keepAliveTimerId, 0, &Record::keepAliveTimeout,
+     "keepalive timerId", "keepalive timerId"},
+    {Timer::checkValidDm, 128, &Record::checkValidDmTimerId, 0, &Record::vadTimeout,
+     "check valid dm timerId", "check valid dm timerId"},
+};
+
+constexpr const TimerRow &rowOf(Timer timer)
+{
+    return kTimers[static_cast<size_t>(timer)];
+}
+
+constexpr bool isInOrder()
+{
+    for (size_t row = 0; row < std::size(kTimers); ++row) {
+        if (kTimers[row].timer != static_cast<Timer>(row)) return false;
+    }
+    return std::size(kTimers) == static_cast<size_t>(Timer::count);
+}
+
+static_assert(isInOrder(), "the table is indexed by the timer");
+
+void dmExpired(ProcessorRecord *record)
+{
+    record->dmTimerId = kNoTimer;
+    publishError(record->node,
+                 hasFlag(record, kAsrResConfigured) ? kErrCloudAsrTimeout : kErrDmNetworkTimeout);
+    setFlag(record, kListenRequested, false);
+}
+
+void skillExpired(ProcessorRecord *record)
+{
+    record->dmTimerId = kNoTimer;
+    publishError(record->node, kErrSkillsTimeout);
+}
+
+// Nobody spoke behind the wake word: the held result becomes an ordinary wakeup, which the host may
+// replace.
+void interpretHeldWakeup(ProcessorRecord *record)
+{
+    HeapText held = std::move(record->oneshotText);
+    const Json wakeup = jsonParse(held.get());
+    HeapText answer;
+    if (jsonMember(wakeup.get(), "type")) {
+        // In this mode the host has spoken the greeting already.
+        if (record->greetImmediate == 1 && jsonMember(wakeup.get(), "greeting")) {
+            cJSON_DeleteItemFromObject(wakeup.get(), "greeting");
+            held = jsonPrintFormatted(wakeup.get());
+        }
+        answer = deliverText(record, Delivery::oneshot, held.get());
+    }
+    _consoleParseEvent(record, answer ? answer.get() : held.get(), EventKind::wakeup);
+}
+
+void oneshotExpired(ProcessorRecord *record)
+{
+    record->oneshotTimerId = kNoTimer;
+    if (record->oneshotText) interpretHeldWakeup(record);
+    publishText(record->node, topics::kCancelOneshotAudio, nullptr);
+}
+
+void cancelDialogExpired(ProcessorRecord *record)
+{
+    PROCESSOR_LOG(kVerbose, "  %s finish cancel dilaog timerId %d\n", kProcessorTag,
+                  record->cancelDialogTimerId);
+    _consoleDmsReset(record, nullptr);
+    _consoleVadStop(record);
+    record->cancelDialogTimerId = kNoTimer;
+    publishTimerCtrl(record, kOperationStop);
+}
+
+void keepAliveExpired(ProcessorRecord *record)
+{
+    PROCESSOR_LOG(kVerbose, "  %s finish keepAlive timerId %d\n", kProcessorTag,
+                  record->keepAliveTimerId);
+    _consoleDmsReset(record, nullptr);
+    _consoleVadStop(record);
+    record->keepAliveTimerId = kNoTimer;
+    changeStatus(record, DialogStatus::silence);
+    publishTimerCtrl(record, kOperationStop);
+}
+
+void checkValidDmExpired(ProcessorRecord *record)
+{
+    deliverText(record, Delivery::checkValidDm, R"({"reason":"not dm output"})");
+    record->checkValidDmTimerId = kNoTimer;
+}
+
+void expired(ProcessorRecord *record, Timer timer)
+{
+    switch (timer) {
+    case Timer::dm:
+        return dmExpired(record);
+    case Timer::skill:
+        return skillExpired(record);
+    case Timer::oneshot:
+        return oneshotExpired(record);
+    case Timer::cancelDialog:
+        return cancelDialogExpired(record);
+    case Timer::keepAlive:
+        return keepAliveExpired(record);
+    case Timer::checkValidDm:
+        return checkValidDmExpired(record);
+    case Timer::count:
+        return;
+    }
+}
+
+void timerHandler(void *user, void *, int32_t tag)
+{
+    ProcessorRecord *record = static_cast<ProcessorRecord *>(user);
+    if (!record) {
+        PROCESSOR_LOG(kError, "  %s processor is NULL\n", kProcessorTag);
+        return;
+    }
+    const TimerRow *row = std::ranges::find(kTimers, tag, &TimerRow::tag);
+    if (row == std::end(kTimers)) {
+        PROCESSOR_LOG(kVerbose, "  %s timer default\n", kProcessorTag);
+        return;
+    }
+    guarded([&] { expired(record, row->timer); });
+}
+
+} // namespace
+
+void setTimer(ProcessorRecord *record, Timer timer)
+{
+    const TimerRow &row = rowOf(timer);
+    const int32_t durationMs = row.durationMs ? record->*row.durationMs : row.fixedMs;
+    const int32_t id = quillon_timer_set(record->node, timerHandler, durationMs, row.tag, record);
+    record->*row.id = id;
+    PROCESSOR_LOG(kDebug, "  %s set %s %d\n", kProcessorTag, row.setLabel, id);
+}
+
+void killTimer(ProcessorRecord *record, Timer timer)
+{
+    if (!isTimerLive(record, timer)) return;
+    const TimerRow &row = rowOf(timer);
+    const int32_t id = record->*row.id;
+    PROCESSOR_LOG(kDebug, "  %s kill %s %d\n", kProcessorTag, row.killLabel, id);
+    quillon_timer_kill(record->node, id);
+    record->*row.id = kNoTimer;
+}
+
+void restartTimer(ProcessorRecord *record, Timer timer)
+{
+    killTimer(record, timer);
+    setTimer(record, timer);
+}
+
+bool isTimerLive(const ProcessorRecord *record, Timer timer)
+{
+    return record->*rowOf(timer).id > 0;
+}
+
+void _killAllTimer(ProcessorRecord *record)
+{
+    killTimer(record, Timer::dm);
+    killTimer(record, Timer::oneshot);
+    record->oneshotText.reset();
+}
+
+} // namespace vantel
