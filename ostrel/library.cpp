@@ -1,6 +1,7 @@
 #include "ostrel/library.h"
 
 #include "contracts/ostrel.h"
+#include "ostrel/grammar.h"
 #include "ostrel/transcriber.h"
 #include "ostrel/vad_detector.h"
 
@@ -24,7 +25,8 @@ int32_t lastLoadResult = 0;             // of ostrel_library_load; touched by lo
 constexpr int32_t (*kLoadSteps[])() = {vadModelsLoad};
 
 // What is shared by handles and goes with the library.
-constexpr void (*kReleaseSteps[])() = {vadModelsRelease, transcriberRelease};
+constexpr void (*kReleaseSteps[])() = {vadModelsRelease, transcriberRelease, grammarsRelease,
+                                       dictionariesRelease};
 
 // Without a log file only errors are told, on standard output, unless the log is asked for.
 void openLog(const cJSON *configuration)

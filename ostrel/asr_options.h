@@ -1,0 +1,52 @@
+// What a recogniser is told: at its creation and at each start.
+#pragma once
+
+#include "tools/json.h"
+
+#include <cstdint>
+#include <string>
+
+namespace vantel::ostrel
+{
+
+// conf = 1 / (1 + exp(-(all * A + words * W + offset))), where A and W say how much better the
+// grammar fits than any sequence of phones: logarithms for each frame of 10 ms, A over the whole
+// utterance, W over its words only.
+struct ConfidenceScale {
+    double all = 0.361;
+    double words = 0.124;
+    double offset = 11.37;
+};
+
+enum class NgramSource {
+    whenPresent, // the transcriber, when its model is there
+    transcriber, // the transcriber, or no recogniser
+    none,
+};
+
+struct AsrOptions {
+    std::string grammarName; // empty: the default one, when there is one
+    std::string grammarFile; // before the name
+    std::string acousticModel;
+    NgramSource ngram = NgramSource::whenPresent;
+    bool partials = true;
+    int32_t limitMs = 60000; // of one utterance
+    ConfidenceScale confidence;
+};
+
+// False, with the reason in the engine's log, when the text is no JSON object or "ngram" is none of
+// its values. For the keys see docs/engine.md.
+bool readAsrOptions(const char *configuration, AsrOptions *options);
+
+struct StartOptions {
+    bool grammar = true; // use_xbnf_rec
+    bool ngram = true;   // use_ngram
+    bool pinyin = true;  // use_pinyin
+};
+
+// Reads {"env": "name=value;..."}; a value may be enclosed in double quotes, behind a backslash or
+// not. A switch is off for 0, false, no and off. What is not there, not known or not JSON leaves
+// the default.
+StartOptions readStartOptions(const char *startText);
+
+} // namespace vantel::ostrel

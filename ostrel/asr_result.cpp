@@ -1,0 +1,163 @@
+#include "ostrel/asr.h"
+#include "ostrel/jsgf_matcher.h"
+#include "ostrel/library.h"
+
+#include <algorithm>
+#include <cmath>
+
+#define RESULT_LOG(level, ...) ENGINE_LOG("ostrel/asr_result", level, __VA_ARGS__)
+
+namespace vantel::ostrel
+{
+namespace
+{
+
+// The score of the frames from first to last, where a segment's score is spread evenly over it.
+double scoreBetween(const std::vector<Segment> &segments, int32_t first, int32_t last)
+{
+    double sum = 0;
+    for (const Segment &segment : segments) {
+        int32_t frames = segment.lastFrame - segment.firstFrame + 1;
+        int32_t shared =
+            std::min(last, segment.lastFrame) - std::max(first, segment.firstFrame) + 1;
+        if (frames > 0 && shared > 0) sum += segment.score * shared / frames;
+    }
+    return sum;
+}
+
+double confidenceOf(const ConfidenceScale &scale, const std::vector<Segment> &words,
+                    const std::vector<Segment> &phones)
+{
+    double allScore = 0;
+    double wordScore = 0;
+    int32_t allFrames = 0;
+    int32_t wordFrames = 0;
+    for (const Segment &segment : words) {
+        int32_t frames = segment.lastFrame - segment.firstFrame + 1;
+        double score = segment.score - scoreBetween(phones, segment.firstFrame, segment.lastFrame);
+        if (frames <= 0) continue;
+        allScore += score;
+        allFrames += frames;
+        if (segment.word < 0) continue;
+        wordScore += score;
+        wordFrames += frames;
+    }
+    if (wordFrames == 0) return 0;
+    double x = scale.all * allScore / allFrames + scale.words * wordScore / wordFrames;
+    RESULT_LOG(kDebug, "  fit of all frames %.2f, of the words %.2f\n", allScore / allFrames,
+               wordScore / wordFrames);
+    return 1 / (1 + std::exp(-(x + scale.offset)));
+}
+
+// Four digits say all that is known.
+void addConfidence(cJSON *object, double confidence)
+{
+    cJSON_AddNumberToObject(object, "conf", std::round(confidence * 1e4) / 1e4);
+}
+
+std::string joined(const std::vector<std::string> &words)
+{
+    std::string text;
+    for (const std::string &word : words)
+        text += (text.empty() ? "" : " ") + word;
+    return text;
+}
+
+// How the words are read, as far as the dictionaries say so; empty when they never do.
+std::string readingOf(const Grammar &grammar, const std::vector<std::string> &words)
+{
+    std::string text;
+    for (const std::string &word : words) {
+        for (size_t i = 0; i < grammar.tree.words.size(); ++i) {
+            const std::string &reading = grammar.pronunciations[i].reading;
+            if (grammar.tree.words[i].text != word || reading.empty()) continue;
+            text += (text.empty() ? "" : " ") + reading;
+        }
+    }
+    return text;
+}
+
+void addMeaning(cJSON *object, const Grammar &grammar, const std::vector<std::string> &words)
+{
+    Meaning meaning;
+    MatchResult result = matchWords(grammar.tree, words, &meaning);
+    if (result != MatchResult::matched) {
+        RESULT_LOG(kWarning, "  no meaning for \"%s\": %s\n", joined(words).c_str(),
+                   result == MatchResult::tooHard ? "too much work" : "not of the grammar");
+        return;
+    }
+    if (!meaning.sem->child) return;
+    cJSON *post = cJSON_AddObjectToObject(object, "post");
+    cJSON_AddItemToObject(post, "sem", meaning.sem.release());
+}
+
+} // namespace
+
+bool recogniseGrammar(Recogniser *recogniser, GrammarResult *result)
+{
+    std::vector<Segment> words;
+    std::vector<Segment> phones;
+    Decoder *decoder = recogniser->decoder.get();
+    if (!decoderPass(decoder, Search::grammar, recogniser->audio, &words)) return false;
+    bool hasWords = std::any_of(words.begin(), words.end(),
+                                [](const Segment &segment) { return segment.word >= 0; });
+    if (!hasWords) return true;
+    if (!decoderPass(decoder, Search::phones, recogniser->audio, &phones)) return false;
+    for (const Segment &segment : words) {
+        auto index = static_cast<size_t>(segment.word);
+        if (segment.word >= 0) result->words.push_back(recogniser->grammar->tree.words[index].text);
+    }
+    result->confidence = confidenceOf(recogniser->options.confidence, words, phones);
+    return true;
+}
+
+void recogniseNgram(const Recogniser &recogniser, NgramResult *result)
+{
+    // Above this the model's own view is that there was no speech, and its words are made up.
+    constexpr double kNoSpeech = 0.9;
+    Transcript transcript;
+    if (!transcribe(*recogniser.transcriber, recogniser.audio.data(), recogniser.audio.size(),
+                    &transcript))
+        return;
+    RESULT_LOG(kDebug, "  transcript \"%s\", confidence %.3f, noise %.3f\n",
+               transcript.text.c_str(), transcript.confidence, transcript.noise);
+    if (transcript.noise > kNoSpeech) return;
+    result->text = transcriptWords(transcript.text);
+    result->confidence = result->text.empty() ? 0 : transcript.confidence;
+}
+
+HeapText partialResult(const std::string &text)
+{
+    Json root{cJSON_CreateObject()};
+    cJSON *grammar = cJSON_AddObjectToObject(root.get(), "grammar");
+    cJSON_AddStringToObject(grammar, "rec", text.c_str());
+    cJSON_AddNumberToObject(grammar, "eof", 0);
+    cJSON_AddNumberToObject(grammar, "var", 0);
+    return jsonPrint(root.get());
+}
+
+HeapText finalResult(const Recogniser &recogniser, const GrammarResult &grammar,
+                     const NgramResult &ngram)
+{
+    Json root{cJSON_CreateObject()};
+    if (recogniser.decoder && recogniser.start.grammar) {
+        cJSON *object = cJSON_AddObjectToObject(root.get(), "grammar");
+        cJSON_AddStringToObject(object, "rec", joined(grammar.words).c_str());
+        cJSON_AddNumberToObject(object, "eof", 1);
+        addConfidence(object, grammar.confidence);
+        std::string reading = readingOf(*recogniser.grammar, grammar.words);
+        if (recogniser.start.pinyin && !reading.empty())
+            cJSON_AddStringToObject(object, "pinyin", reading.c_str());
+        if (!grammar.words.empty()) addMeaning(object, *recogniser.grammar, grammar.words);
+    }
+    // An utterance always has a result, if an empty one.
+    if (!ngram.text.empty() || !root->child) {
+        cJSON *object = cJSON_AddObjectToObject(root.get(), "ngram");
+        cJSON_AddStringToObject(object, "rec", ngram.text.c_str());
+        cJSON_AddNumberToObject(object, "eof", 1);
+        addConfidence(object, ngram.confidence);
+    }
+    return jsonPrint(root.get());
+}
+
+} // namespace vantel::ostrel

@@ -1,0 +1,245 @@
+#include "ostrel/decoder.h"
+
+#include "ostrel/decoder_guard.h"
+#include "ostrel/library.h"
+#include "ostrel/model_files.h"
+
+#include <cstdlib>
+#include <mutex>
+#include <pocketsphinx.h>
+#include <sphinxbase/cmn.h>
+#include <sphinxbase/feat.h>
+
+#define DECODER_LOG(level, ...) ENGINE_LOG("ostrel/decoder", level, __VA_ARGS__)
+
+namespace vantel::ostrel
+{
+
+struct Decoder {
+    ps_decoder_t *ps = nullptr;
+    std::vector<mfcc_t> initialMean; // of the cepstra, as the model has it; empty: not used
+    bool inUtterance = false;
+    bool failed = false; // the library gave up inside a call; nothing of it is touched any more
+};
+
+namespace
+{
+
+constexpr const char *kGrammarSearch = "grammar";
+constexpr const char *kPhoneSearch = "phones";
+
+// The decoder knows words by their number, "w12", so that any text can be a word of a grammar.
+std::string decoderWord(size_t index, size_t pronunciation)
+{
+    std::string name = "w" + std::to_string(index);
+    return pronunciation == 0 ? name : name + "(" + std::to_string(pronunciation + 1) + ")";
+}
+
+int32_t wordIndex(const char *decoderName)
+{
+    if (!decoderName || decoderName[0] != 'w') return -1;
+    return std::atoi(decoderName + 1);
+}
+
+// Runs the action unless the decoder has failed; a fault inside it fails the decoder.
+template <typename Action> bool tryOn(Decoder *decoder, Action &&action)
+{
+    if (!decoder->failed && !guarded(action)) decoder->failed = true;
+    return !decoder->failed;
+}
+
+// Beams are wide and word insertion is cheap, because short commands in noise need it; the silence
+// that the detector leaves belongs to the utterance. With all states scored in every search, the
+// scores of two searches can be compared.
+cmd_ln_t *makeConfiguration(const char *acousticModel)
+{
+    return cmd_ln_init(nullptr, ps_args(), TRUE, "-hmm", acousticModel, "-remove_silence", "no",
+                       "-remove_noise", "yes", "-wip", "1e-4", "-beam", "1e-80", "-wbeam", "1e-60",
+                       "-pbeam", "1e-80", "-topn", "2", "-compallsen", "yes", "-allphone_ci", "yes",
+                       nullptr);
+}
+
+bool makeDecoder(Decoder *decoder, const std::string &acousticModel)
+{
+    // Reading the model is not known to be safe on two threads at once.
+    static std::mutex loading;
+    std::lock_guard lock{loading};
+    const char *folder = acousticModel.c_str();
+    tryOn(decoder, [&] {
+        cmd_ln_t *configuration = makeConfiguration(folder);
+        decoder->ps = configuration ? ps_init(configuration) : nullptr;
+        cmd_ln_free_r(configuration);
+    });
+    if (decoder->failed || !decoder->ps) {
+        DECODER_LOG(kError, "  the acoustic model %s cannot be used\n", folder);
+        return false;
+    }
+    const cmn_t *cmn = ps_get_feat(decoder->ps)->cmn_struct;
+    if (cmn) decoder->initialMean.assign(cmn->cmn_mean, cmn->cmn_mean + cmn->veclen);
+    return true;
+}
+
+bool addWords(Decoder *decoder, const Grammar &grammar)
+{
+    for (size_t i = 0; i < grammar.pronunciations.size(); ++i) {
+        const std::vector<std::string> &phones = grammar.pronunciations[i].phones;
+        for (size_t n = 0; n < phones.size(); ++n) {
+            std::string name = decoderWord(i, n);
+            int number = -1;
+            tryOn(decoder, [&] {
+                number = ps_add_word(decoder->ps, name.c_str(), phones[n].c_str(), FALSE);
+            });
+            if (number >= 0) continue;
+            DECODER_LOG(kError, "  the acoustic model cannot speak \"%s\" as %s\n",
+                        grammar.tree.words[i].text.c_str(), phones[n].c_str());
+            return false;
+        }
+    }
+    return true;
+}
+
+void addArcs(ps_decoder_t *ps, fsg_model_t *model, const Network &network)
+{
+    logmath_t *logmath = ps_get_logmath(ps);
+    double weight = cmd_ln_float_r(ps_get_config(ps), "-lw");
+    bool hasEmptyArcs = false;
+    for (const Arc &arc : network.arcs) {
+        auto logProb = static_cast<int32>(logmath_ln_to_log(logmath, arc.logProb) * weight);
+        if (arc.word == kNoWord) {
+            fsg_model_null_trans_add(model, arc.from, arc.to, logProb);
+            hasEmptyArcs = true;
+            continue;
+        }
+        char name[16];
+        std::snprintf(name, sizeof name, "w%d", arc.word);
+        fsg_model_trans_add(model, arc.from, arc.to, logProb, fsg_model_word_add(model, name));
+    }
+    if (hasEmptyArcs) glist_free(fsg_model_null_trans_closure(model, nullptr));
+}
+
+// The two searches; the decoder runs one of them at a time.
+bool addSearches(Decoder *decoder, const Grammar &grammar)
+{
+    int result = -1;
+    const Network &network = grammar.network;
+    tryOn(decoder, [&] {
+        ps_decoder_t *ps = decoder->ps;
+        auto weight = static_cast<float32>(cmd_ln_float_r(ps_get_config(ps), "-lw"));
+        fsg_model_t *model =
+            fsg_model_init(kGrammarSearch, ps_get_logmath(ps), weight, network.states);
+        model->start_state = network.start;
+        model->final_state = network.final;
+        addArcs(ps, model, network);
+        result = ps_set_fsg(ps, kGrammarSearch, model);
+        fsg_model_free(model);
+        if (result == 0) result = ps_set_allphone(ps, kPhoneSearch, nullptr);
+    });
+    if (decoder->failed || result != 0) DECODER_LOG(kError, "  the grammar cannot be searched\n");
+    return !decoder->failed && result == 0;
+}
+
+// Starts an utterance that owes nothing to earlier ones.
+bool startUtterance(Decoder *decoder, const char *search)
+{
+    int result = -1;
+    tryOn(decoder, [&] {
+        ps_decoder_t *ps = decoder->ps;
+        if (!decoder->initialMean.empty())
+            cmn_live_set(ps_get_feat(ps)->cmn_struct, decoder->initialMean.data());
+        if (ps_set_search(ps, search) != 0) return;
+        ps_start_stream(ps);
+        result = ps_start_utt(ps);
+    });
+    decoder->inUtterance = !decoder->failed && result == 0;
+    return decoder->inUtterance;
+}
+
+bool endUtterance(Decoder *decoder)
+{
+    if (!decoder->inUtterance) return !decoder->failed;
+    decoder->inUtterance = false;
+    return tryOn(decoder, [&] { ps_end_utt(decoder->ps); });
+}
+
+std::vector<Segment> currentSegments(Decoder *decoder)
+{
+    std::vector<Segment> segments;
+    ps_seg_t *at = nullptr;
+    tryOn(decoder, [&] {
+        // The first makes the result that the second walks over.
+        if (ps_get_hyp(decoder->ps, nullptr)) at = ps_seg_iter(decoder->ps);
+    });
+    while (at && !decoder->failed) {
+        int first = 0;
+        int last = 0;
+        int32 score = 0;
+        ps_seg_frames(at, &first, &last);
+        ps_seg_prob(at, &score, nullptr, nullptr);
+        segments.push_back({wordIndex(ps_seg_word(at)), first, last, static_cast<double>(score)});
+        at = ps_seg_next(at);
+    }
+    return segments;
+}
+
+} // namespace
+
+void DecoderDelete::operator()(Decoder *decoder) const
+{
+    // A decoder that failed in the middle of something is left to itself: its parts may not fit
+    // together.
+    if (decoder->ps && !decoder->failed) ps_free(decoder->ps);
+    delete decoder;
+}
+
+DecoderHandle decoderOpen(const std::string &acousticModel, const Grammar &grammar)
+{
+    decoderMessagesToLog();
+    if (!acousticModelUsable(acousticModel)) return nullptr;
+    DecoderHandle decoder{new Decoder};
+    if (!makeDecoder(decoder.get(), acousticModel) || !addWords(decoder.get(), grammar) ||
+        !addSearches(decoder.get(), grammar))
+        return nullptr;
+    return decoder;
+}
+
+bool decoderStreamStart(Decoder *decoder)
+{
+    return endUtterance(decoder) && startUtterance(decoder, kGrammarSearch);
+}
+
+bool decoderStreamFeed(Decoder *decoder, std::span<const int16_t> samples)
+{
+    if (!decoder->inUtterance) return false;
+    return tryOn(decoder, [&] {
+        ps_process_raw(decoder->ps, samples.data(), samples.size(), FALSE, FALSE);
+    });
+}
+
+std::vector<int32_t> decoderStreamWords(Decoder *decoder)
+{
+    std::vector<int32_t> words;
+    for (const Segment &segment : currentSegments(decoder))
+        if (segment.word >= 0) words.push_back(segment.word);
+    return words;
+}
+
+void decoderStreamEnd(Decoder *decoder)
+{
+    (void)endUtterance(decoder);
+}
+
+bool decoderPass(Decoder *decoder, Search search, std::span<const int16_t> samples,
+                 std::vector<Segment> *segments)
+{
+    segments->clear();
+    if (!endUtterance(decoder) ||
+        !startUtterance(decoder, search == Search::grammar ? kGrammarSearch : kPhoneSearch))
+        return false;
+    tryOn(decoder,
+          [&] { ps_process_raw(decoder->ps, samples.data(), samples.size(), FALSE, TRUE); });
+    if (!endUtterance(decoder)) return false;
+    *segments = currentSegments(decoder);
+    return !decoder->failed;
+}
+
+} // namespace vantel::ostrel
