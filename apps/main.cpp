@@ -1,9 +1,12 @@
 // vantel: a command-line host of the library.
 #include "apps/commands.h"
+#include "platform/arguments.h"
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
+#include <string>
+#include <vector>
 
 namespace
 {
@@ -38,6 +41,7 @@ int run(int argc, char **argv)
     using namespace vantel::app;
     CLI::App app{kAbout, "vantel"};
     app.require_subcommand(1);
+    app.allow_windows_style_options(false); // a path may begin with a slash
 
     RunOptions options;
     CLI::App *run = app.add_subcommand("run", "Hold dialogs over recordings or the microphone");
@@ -60,7 +64,11 @@ int run(int argc, char **argv)
         ->check(CLI::IsMember({"en", "zh"}));
 
     CLI::App *version = app.add_subcommand("version", "Show the version");
-    CLI11_PARSE(app, argc, argv);
+    std::vector<std::string> arguments = vantel::platformArguments(argc, argv);
+    std::vector<const char *> values;
+    for (const std::string &argument : arguments)
+        values.push_back(argument.c_str());
+    CLI11_PARSE(app, static_cast<int>(values.size()), values.data());
 
     if (*version) {
         std::printf("vantel " VANTEL_VERSION "\n");

@@ -133,6 +133,33 @@ TEST_F(Lifecycle, GoesOnWithoutAKeyDirectoryAndRefusesLongPaths)
     EXPECT_EQ(recording::busConfiguration().find("homePath"), std::string::npos);
 }
 
+TEST_F(Lifecycle, BuildsOnePartAfterTheOtherAndTakesThemDownInOrder)
+{
+    initialise(logConfiguration());
+    make("{}");
+    EXPECT_EQ(recording::calls(),
+              (Lines{"bus_new", "node_new localAgent", "subscribe localAgent",
+                     "node_new localProcessor", "subscribe localProcessor", "node_new localDms",
+                     "subscribe localDms", "node_new localVad", "subscribe localVad"}));
+    Lines threads = log("创建线程");
+    ASSERT_EQ(threads.size(), 5U);
+    const char *names[] = {"sbcp_server", "sbcp_agent", "sbcp_processor", "sbcp_dms", "sbcp_vad"};
+    for (size_t i = 0; i < 5; ++i)
+        EXPECT_TRUE(threads[i].ends_with(std::string("name: ") + names[i])) << threads[i];
+
+    size_t built = recording::calls().size();
+    forget();
+    deleteIt();
+    Lines calls = recording::calls();
+    calls.erase(calls.begin(), calls.begin() + static_cast<std::ptrdiff_t>(built));
+    EXPECT_EQ(calls, (Lines{"publish localAgent sys.localAgent.exit", "stop localAgent",
+                            "delete localAgent", "stop localVad", "delete localVad",
+                            "stop localDms", "delete localDms", "stop localProcessor",
+                            "delete localProcessor", "server_stop", "bus_delete"}));
+    ASSERT_EQ(recording::published().size(), 1U);
+    EXPECT_TRUE(recording::published()[0].isNull);
+}
+
 TEST_F(Lifecycle, AnInstanceWithoutABusRefusesEverythingAndCanBeDeleted)
 {
     initialise(logConfiguration());
