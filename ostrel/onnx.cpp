@@ -62,6 +62,7 @@ bool setUp(const OrtApi *api, Runtime *out)
                api->CreateEnvWithCustomLogger(logLine, nullptr, ORT_LOGGING_LEVEL_WARNING, "ostrel",
                                               &made.env),
                "environment") &&
+        worked(api, api->DisableTelemetryEvents(made.env), "telemetry") &&
         worked(api, api->CreateCpuMemoryInfo(OrtDeviceAllocator, OrtMemTypeDefault, &made.memory),
                "memory") &&
         worked(api, api->GetAllocatorWithDefaultOptions(&made.allocator), "allocator");
