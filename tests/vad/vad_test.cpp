@@ -203,44 +203,45 @@ TEST_F(Vad, ADetectorThatCannotBeMadeIsReportedOnceTheNodeRuns)
     EXPECT_EQ(calls()[0].text, R"({"res":"x"})");
 }
 
+// The wall's clock runs on beside the advances, so the margins are minutes.
 TEST_F(Vad, TheTimerClearsTheBuffersUntilSpeechBegins)
 {
-    VadNode node{R"({"vad":{"timeout":2000}})"};
+    VadNode node{R"({"vad":{"timeout":200000}})"};
     node.start();
     node.feed(noise(1600, 30));
-    node.advance(1999);
+    node.advance(100000);
     EXPECT_EQ(node.logged("reset speech"), 0U);
-    node.advance(1);
-    node.advance(2000);
+    node.advance(100000);
+    node.advance(200000);
     EXPECT_EQ(node.logged("vad timeout reset snr buffer"), 2U);
     detect(0, began(3000));
     node.feed("ab");
     EXPECT_EQ(node.topics(), Names{"localVad.begin"}) << "published, inaccurate or not";
     EXPECT_EQ(node.logged("offset inaccuracy, speechLen: 0, offset:3000"), 1U);
-    node.advance(10000);
+    node.advance(1000000);
     EXPECT_EQ(node.logged("vad timeout reset snr buffer"), 2U);
 }
 
 TEST_F(Vad, TimerCtrlArmsOnlyWhileStartedAndItsTimeoutHoldsOnce)
 {
-    VadNode node{R"({"vad":{"timeout":2000}})"};
+    VadNode node{R"({"vad":{"timeout":200000}})"};
     const std::string topic = "sys.localProcessor.TimerCtrl";
     node.publish(topic, R"({"operation":"start"})");
-    node.advance(2000);
+    node.advance(200000);
     EXPECT_EQ(node.logged("setTimer"), 0U);
     node.start();
     node.publish(topic, R"({"operation":"stop"})");
-    node.advance(2000);
+    node.advance(200000);
     EXPECT_EQ(node.logged("vad timeout"), 0U);
-    node.publish(topic, R"({"operation":"start","timeout":500})");
-    node.advance(500);
+    node.publish(topic, R"({"operation":"start","timeout":50000})");
+    node.advance(50000);
     EXPECT_EQ(node.logged("vad timeout"), 1U);
-    node.advance(1999);
+    node.advance(100000);
     EXPECT_EQ(node.logged("vad timeout"), 1U);
-    node.advance(1);
+    node.advance(100000);
     EXPECT_EQ(node.logged("vad timeout"), 2U);
-    node.publish(topic, R"({"operation":"start","timeout":1000})"); // in place of the running one
-    node.advance(1999);
+    node.publish(topic, R"({"operation":"start","timeout":100000})"); // in place of the running one
+    node.advance(250000);
     EXPECT_EQ(node.logged("vad timeout"), 3U);
 }
 
