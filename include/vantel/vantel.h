@@ -106,8 +106,7 @@ enum {
  *
  * user    what was given to vantelNew.
  * data    `length` bytes that belong to the library and are valid during the call; null with
- *         length 0 when the event has none. JSON may lack a zero byte that `length` counts; go by
- *         `length`.
+ *         length 0 when the event has none. A zero byte may follow them, but `length` decides.
  * type    VANTEL_TYPE_..., event VANTEL_EVENT_....
  * Returns null, or an answer: a zero-terminated text from malloc, which the library frees with
  *         free. On Windows host and library must share the C runtime for that.
@@ -194,8 +193,8 @@ VANTEL_API int32_t vantelStopDialogParams(void *handle, const char *params);
 /* Feeds captured audio; needs "recorder" external.
  * data    PCM; may be null only with length 0.
  * length  bytes, 0 or more; any chunk size, 20 to 100 ms suits best.
- * Returns 0, also when the instance records by itself (logged, nothing fed); -1: no instance, or
- *         negative length. */
+ * Returns 0, also when the instance records by itself (logged, nothing fed); -1: no instance,
+ *         negative length, or null data with a length. */
 VANTEL_API int32_t vantelFeedData(void *handle, const void *data, int32_t length);
 
 /* Takes typed text in place of speech: {"text":text, not empty}. -1: invalid. */
@@ -217,10 +216,10 @@ VANTEL_API int32_t vantelSpeak(void *handle, const char *params);
  * empty; the array may be empty. -1: invalid. */
 VANTEL_API int32_t vantelSetCustomAudio(void *handle, const char *params);
 
-/* Changes settings at run time, a JSON object: "snr"."confidence" and "asr" thresholds; "ctts" with
- * "operation" "set" needs an array "settings" whose elements of "key" "cloudtts" have a "value"
- * with the numbers "volume", "speed", "sampleRate" and the strings "audioType", "voiceId". -1:
- * invalid. */
+/* Changes settings at run time, a JSON object: "snr"."confidence" (decibels) and
+ * "asr"."confidence" (0 to 1) are the lowest values that are accepted. "ctts" with "operation"
+ * "set" needs an array "settings" whose elements of "key" "cloudtts" have a "value" with the
+ * numbers "volume", "speed", "sampleRate" and the strings "audioType", "voiceId". -1: invalid. */
 VANTEL_API int32_t vantelSetParams(void *handle, const char *params);
 
 /* Sets or gets a vocabulary: {"operation":text, not empty,"vocabName":text}; with "set" also

@@ -17,9 +17,9 @@ struct Row {
     const char *configuration;
     std::function<int32_t(void *)> operation;
     int32_t result;
-    std::vector<std::string> lines; // of the agent; each with its level
-    std::string topic;              // empty: nothing is published
-    std::string data;
+    std::string lines;      // of the agent: each a level letter, a blank and the message
+    std::string topic = {}; // empty: nothing is published
+    std::string data = {};
     bool isNull = false;
 };
 
@@ -28,13 +28,9 @@ auto with(int32_t (*operation)(void *, const char *), const char *params)
     return [=](void *handle) { return operation(handle, params); };
 }
 
-template <size_t Size>
-auto with(int32_t (*operation)(void *, const void *, int32_t), const char (&data)[Size],
-          int32_t length)
+auto with(int32_t (*operation)(void *, const void *, int32_t), const char *data, int32_t length)
 {
-    return [=, bytes = static_cast<const char *>(data)](void *handle) {
-        return operation(handle, bytes, length);
-    };
+    return [=](void *handle) { return operation(handle, data, length); };
 }
 
 auto image(const char *data, int32_t length)
@@ -48,364 +44,104 @@ const char kCamera[] = R"({"Face":{"enable":"true"},"camera":{"mode":"external"}
 const char kRecorder[] = R"({"recorder":{"mode":"external"}})";
 const char kPlayer[] = R"({"player":{"mode":"external"}})";
 const char kCntts[] = R"({"cntts":{"mode":"external"}})";
-const char kWords[] = R"([{"wakeupWord":"w","pinyin":"p","thresh":"t","type":"y"}])";
-const char kSpeech[] = R"({"operation":"start","nlg":"n","speed":1,"volume":1,"voiceId":"v"})";
-const char kIntent[] = R"({"skill":"s","task":"t","intent":"i"})";
-const char kVocabs[] = R"({"operation":"o","vocabName":"v"})";
-const char kSettings[] = R"({"operation":"o","skillId":"","settings":[]})";
+const std::string kWords = R"([{"wakeupWord":"w","pinyin":"p","thresh":"t","type":"y"}])";
+const std::string kSpeech = R"({"operation":"start","nlg":"n","speed":1,"volume":1,"voiceId":"v"})";
+const std::string kIntent = R"({"skill":"s","task":"t","intent":"i"})";
+const std::string kVocabs = R"({"operation":"o","vocabName":"v"})";
+const std::string kSettings = R"({"operation":"o","skillId":"","settings":[]})";
 const std::string kFrame{"\0\0\0\1\0\0\0\2\xff\xfe\xfd\xfc\xff\0im", 16};
+const char kNoCamera[] = "D onFeedImage\nW disable faceEngine or using internal camera";
 
-const std::vector<Row> kRows = {
-    {"{}",
-     vantelEnableWakeup,
-     0,
-     {"[I]  ZQ-localAgent onStartWakeup"},
-     "api.localAgent.setting",
-     kStart},
-    {"{}",
-     vantelDisableWakeup,
-     0,
-     {"[I]  ZQ-localAgent onStopWakeup"},
-     "api.localAgent.setting",
-     kStop},
-    {"{}",
-     vantelStartListening,
-     0,
-     {"[I]  ZQ-localAgent onStartListening"},
-     "api.localAgent.asrCtrl",
-     kStart},
-    {"{}",
-     vantelStopListening,
-     0,
-     {"[I]  ZQ-localAgent onStopListening"},
-     "api.localAgent.asrCtrl",
-     kStop},
-    {"{}",
-     vantelStartDialog,
-     0,
-     {"[I]  ZQ-localAgent onStartDialog"},
-     "api.localAgent.dialogCtrl",
-     kStart},
+// One row a case, so that the table can be held against the documentation.
+// clang-format off
+const Row kRows[] = {
+    {"{}", vantelEnableWakeup, 0, "I onStartWakeup", "api.localAgent.setting", kStart},
+    {"{}", vantelDisableWakeup, 0, "I onStopWakeup", "api.localAgent.setting", kStop},
+    {"{}", vantelStartListening, 0, "I onStartListening", "api.localAgent.asrCtrl", kStart},
+    {"{}", vantelStopListening, 0, "I onStopListening", "api.localAgent.asrCtrl", kStop},
+    {"{}", vantelStartDialog, 0, "I onStartDialog", "api.localAgent.dialogCtrl", kStart},
 
-    {"{}",
-     vantelStopDialog,
-     0,
-     {"[I]  ZQ-localAgent onStopDialog, params: NULL"},
-     "api.localAgent.dialogCtrl",
-     kStop},
-    {"{}",
-     with(vantelStopDialogParams, nullptr),
-     0,
-     {"[I]  ZQ-localAgent onStopDialog, params: NULL"},
-     "api.localAgent.dialogCtrl",
-     kStop},
-    {"{}",
-     with(vantelStopDialogParams, R"({ "keepAlive": "temporary" } x)"),
-     0,
-     {R"([I]  ZQ-localAgent onStopDialog, params: { "keepAlive": "temporary" } x)"},
-     "api.localAgent.dialogCtrl",
-     R"({"keepAlive":"temporary","operation":"stop"})"},
-    {"{}",
-     with(vantelStopDialogParams, "no"),
-     -1,
-     {"[I]  ZQ-localAgent onStopDialog, params: no",
-      "[E]  ZQ-localAgent onStopDialog malloc failed"},
-     "",
-     ""},
+    {"{}", vantelStopDialog, 0, "I onStopDialog, params: NULL", "api.localAgent.dialogCtrl", kStop},
+    {"{}", with(vantelStopDialogParams, nullptr), 0, "I onStopDialog, params: NULL", "api.localAgent.dialogCtrl", kStop},
+    {"{}", with(vantelStopDialogParams, R"({ "a": 1 } x)"), 0, R"(I onStopDialog, params: { "a": 1 } x)", "api.localAgent.dialogCtrl", R"({"a":1,"operation":"stop"})"},
+    {"{}", with(vantelStopDialogParams, "no"), -1, "I onStopDialog, params: no\nE onStopDialog malloc failed"},
 
-    {kExtendsp,
-     vantelStartExtendsp,
-     0,
-     {"[I]  ZQ-localAgent onStartExtendsp"},
-     "api.localAgent.extendspCtrl",
-     kStart},
-    {kExtendsp,
-     vantelStopExtendsp,
-     0,
-     {"[I]  ZQ-localAgent onStopExtendsp"},
-     "api.localAgent.extendspCtrl",
-     kStop},
-    {R"({"extendsp":{"enable":true}})",
-     vantelStartExtendsp,
-     0,
-     {"[W]  ZQ-localAgent disable onStartExtendsp"},
-     "",
-     ""},
-    {R"({"extendsp":{"enable":"True"}})",
-     vantelStopExtendsp,
-     0,
-     {"[W]  ZQ-localAgent disable onStopExtendsp"},
-     "",
-     ""},
-    {kFace,
-     with(vantelStartFace, nullptr),
-     0,
-     {"[I]  ZQ-localAgent onStartFace"},
-     "api.localAgent.faceCtrl",
-     kStart},
-    {kFace,
-     with(vantelStopFace, "no"),
-     0,
-     {"[I]  ZQ-localAgent onStopFace"},
-     "api.localAgent.faceCtrl",
-     kStop},
-    {R"({"face":"true"})",
-     with(vantelStartFace, nullptr),
-     0,
-     {"[W]  ZQ-localAgent disable onStartFace"},
-     "",
-     ""},
-    {"{}", with(vantelStopFace, nullptr), 0, {"[W]  ZQ-localAgent disable onStopFace"}, "", ""},
+    {kExtendsp, vantelStartExtendsp, 0, "I onStartExtendsp", "api.localAgent.extendspCtrl", kStart},
+    {kExtendsp, vantelStopExtendsp, 0, "I onStopExtendsp", "api.localAgent.extendspCtrl", kStop},
+    {R"({"extendsp":{"enable":true}})", vantelStartExtendsp, 0, "W disable onStartExtendsp"},
+    {R"({"extendsp":{"enable":"True"}})", vantelStopExtendsp, 0, "W disable onStopExtendsp"},
+    {kFace, with(vantelStartFace, nullptr), 0, "I onStartFace", "api.localAgent.faceCtrl", kStart},
+    {kFace, with(vantelStopFace, "no"), 0, "I onStopFace", "api.localAgent.faceCtrl", kStop},
+    {R"({"face":"true"})", with(vantelStartFace, nullptr), 0, "W disable onStartFace"},
+    {"{}", with(vantelStopFace, nullptr), 0, "W disable onStopFace"},
 
-    {"{}",
-     with(vantelSetWakeupWords, kWords),
-     0,
-     {"[I]  ZQ-localAgent onSetWakeup params: " + std::string(kWords)},
-     "api.localAgent.setWakeupWords",
-     kWords},
-    {"{}",
-     with(vantelEvaluateKeyWords, R"({"keyWords":"k"})"),
-     0,
-     {R"([I]  ZQ-localAgent onEvaluateWakeupWords: {"keyWords":"k"})"},
-     "",
-     ""},
-    {"{}",
-     with(vantelInputText, R"({"text":"t"})"),
-     0,
-     {"[I]  ZQ-localAgent onInputText"},
-     "api.localAgent.inputText",
-     R"({"text":"t"})"},
-    {"{}",
-     with(vantelTriggerIntent, kIntent),
-     0,
-     {"[I]  ZQ-localAgent onTriggerIntent, " + std::string(kIntent)},
-     "api.localAgent.triggerIntent",
-     kIntent},
-    {"{}",
-     with(vantelSetContextSync, "not json"),
-     0,
-     {"[I]  ZQ-localAgent onSetContextSync, not json"},
-     "api.localAgent.setContextSync",
-     "not json"},
-    {"{}", with(vantelSetContextSync, nullptr), 0, {}, "", ""},
-    {"{}",
-     with(vantelSpeak, kSpeech),
-     0,
-     {"[I]  ZQ-localAgent onSpeak, " + std::string(kSpeech)},
-     "api.localAgent.speak",
-     kSpeech},
-    {"{}",
-     with(vantelSetCustomAudio, "[]"),
-     0,
-     {"[I]  ZQ-localAgent onSetCustomAudio params: []"},
-     "api.localAgent.setCustomAudio",
-     "[]"},
-    {"{}",
-     with(vantelSetParams, "{}"),
-     0,
-     {"[I]  ZQ-localAgent onSetParams: {}"},
-     "api.localAgent.setParams",
-     "{}"},
-    {"{}",
-     with(vantelOperateVocabs, kVocabs),
-     0,
-     {"[I]  ZQ-localAgent onOperateVocabs: " + std::string(kVocabs)},
-     "api.localAgent.operaeVocabs",
-     kVocabs},
-    {"{}",
-     with(vantelSystemSettings, kSettings),
-     0,
-     {"[I]  ZQ-localAgent agentSystemSettings: " + std::string(kSettings)},
-     "api.localAgent.systemSettings",
-     kSettings},
-    {"{}",
-     with(vantelSkillSettings, kSettings),
-     0,
-     {"[I]  ZQ-localAgent agentSkillSettings: " + std::string(kSettings)},
-     "api.localAgent.skillSettings",
-     kSettings},
-    {"{}",
-     with(vantelOperateOauth, "x"),
-     0,
-     {"[I]  ZQ-localAgent onOperateOauth: x"},
-     "api.localAgent.operateOauth",
-     "x"},
-    {"{}",
-     with(vantelOperateOauth, nullptr),
-     0,
-     {"[I]  ZQ-localAgent onOperateOauth: NULL"},
-     "",
-     ""},
-    {"{}",
-     with(vantelCloudVprRegister, "x"),
-     0,
-     {"[I]  ZQ-localAgent onCloudVprRegister, params: x"},
-     "api.localAgent.VprRegister",
-     "x"},
-    {"{}",
-     with(vantelCloudVprUnregister, nullptr),
-     0,
-     {"[I]  ZQ-localAgent onCloudVprUnregister, params: NULL"},
-     "api.localAgent.VprUnregister",
-     "",
-     true},
-    {"{}",
-     with(vantelCloudVprVerify, "x"),
-     0,
-     {"[I]  ZQ-localAgent onCloudVprVerify, params: x"},
-     "api.localAgent.VprVerify",
-     "x"},
+    {"{}", with(vantelSetWakeupWords, kWords.c_str()), 0, "I onSetWakeup params: " + kWords, "api.localAgent.setWakeupWords", kWords},
+    {"{}", with(vantelEvaluateKeyWords, R"({"keyWords":"k"})"), 0, R"(I onEvaluateWakeupWords: {"keyWords":"k"})"},
+    {"{}", with(vantelInputText, R"({"text":"t"})"), 0, "I onInputText", "api.localAgent.inputText", R"({"text":"t"})"},
+    {"{}", with(vantelTriggerIntent, kIntent.c_str()), 0, "I onTriggerIntent, " + kIntent, "api.localAgent.triggerIntent", kIntent},
+    {"{}", with(vantelSetContextSync, "not json"), 0, "I onSetContextSync, not json", "api.localAgent.setContextSync", "not json"},
+    {"{}", with(vantelSetContextSync, nullptr), 0, ""},
+    {"{}", with(vantelSpeak, kSpeech.c_str()), 0, "I onSpeak, " + kSpeech, "api.localAgent.speak", kSpeech},
+    {"{}", with(vantelSetCustomAudio, "[]"), 0, "I onSetCustomAudio params: []", "api.localAgent.setCustomAudio", "[]"},
+    {"{}", with(vantelSetParams, "{}"), 0, "I onSetParams: {}", "api.localAgent.setParams", "{}"},
+    {"{}", with(vantelOperateVocabs, kVocabs.c_str()), 0, "I onOperateVocabs: " + kVocabs, "api.localAgent.operaeVocabs", kVocabs},
+    {"{}", with(vantelSystemSettings, kSettings.c_str()), 0, "I agentSystemSettings: " + kSettings, "api.localAgent.systemSettings", kSettings},
+    {"{}", with(vantelSkillSettings, kSettings.c_str()), 0, "I agentSkillSettings: " + kSettings, "api.localAgent.skillSettings", kSettings},
+    {"{}", with(vantelOperateOauth, "x"), 0, "I onOperateOauth: x", "api.localAgent.operateOauth", "x"},
+    {"{}", with(vantelOperateOauth, nullptr), 0, "I onOperateOauth: NULL"},
+    {"{}", with(vantelCloudVprRegister, "x"), 0, "I onCloudVprRegister, params: x", "api.localAgent.VprRegister", "x"},
+    {"{}", with(vantelCloudVprUnregister, nullptr), 0, "I onCloudVprUnregister, params: NULL", "api.localAgent.VprUnregister", "", true},
+    {"{}", with(vantelCloudVprVerify, "x"), 0, "I onCloudVprVerify, params: x", "api.localAgent.VprVerify", "x"},
 
-    {kRecorder,
-     with(vantelFeedData, "\0pcm", 4),
-     0,
-     {"[V]  ZQ-localAgent onFeed"},
-     "sys.localRecorder.pcm",
-     std::string("\0pcm", 4)},
-    {kRecorder,
-     with(vantelFeedData, "", 0),
-     0,
-     {"[V]  ZQ-localAgent onFeed"},
-     "sys.localRecorder.pcm",
-     ""},
-    {kRecorder,
-     [](void *handle) { return vantelFeedData(handle, nullptr, 0); },
-     0,
-     {"[V]  ZQ-localAgent onFeed"},
-     "sys.localRecorder.pcm",
-     "",
-     true},
-    {kRecorder,
-     [](void *handle) { return vantelFeedData(handle, nullptr, 1); },
-     -1,
-     {"[V]  ZQ-localAgent onFeed", "[E]  ZQ-localAgent onFeed failed, due to null data"},
-     "",
-     ""},
-    {kRecorder,
-     with(vantelFeedData, "", -1),
-     -1,
-     {"[V]  ZQ-localAgent onFeed", "[E]  ZQ-localAgent onFeed failed, due to len<0"},
-     "",
-     ""},
-    {R"({"recorder":{"mode":"External"}})",
-     with(vantelFeedData, "", -1),
-     0,
-     {"[E]  ZQ-localAgent onFeed failed, due to using internal recorder"},
-     "",
-     ""},
+    {kRecorder, with(vantelFeedData, "\0pcm", 4), 0, "V onFeed", "sys.localRecorder.pcm", std::string("\0pcm", 4)},
+    {kRecorder, with(vantelFeedData, "", 0), 0, "V onFeed", "sys.localRecorder.pcm", ""},
+    {kRecorder, with(vantelFeedData, nullptr, 0), 0, "V onFeed", "sys.localRecorder.pcm", "", true},
+    {kRecorder, with(vantelFeedData, nullptr, 1), -1, "V onFeed\nE onFeed failed, due to null data"},
+    {kRecorder, with(vantelFeedData, "", -1), -1, "V onFeed\nE onFeed failed, due to len<0"},
+    {R"({"recorder":{"mode":"External"}})", with(vantelFeedData, "", -1), 0, "E onFeed failed, due to using internal recorder"},
 
-    {"{}",
-     with(vantelFeedCustomTTSDataBegin, nullptr),
-     0,
-     {"[I]  ZQ-localAgent agentFeedCustomTTSDatdBegin"},
-     "api.localAgent.customDataBegin",
-     "",
-     true},
-    {"{}",
-     with(vantelFeedCustomTTSDataBegin, "{}"),
-     0,
-     {"[I]  ZQ-localAgent agentFeedCustomTTSDatdBegin"},
-     "api.localAgent.customDataBegin",
-     "{}"},
-    {"{}",
-     with(vantelFeedCustomTTSData, "a\0b", 3),
-     0,
-     {"[D]  ZQ-localAgent agentFeedCustomTTSData len: 3"},
-     "api.localTts.customData",
-     std::string("a\0b", 3)},
-    {"{}",
-     with(vantelFeedCustomTTSData, "a", -1),
-     -1,
-     {"[D]  ZQ-localAgent agentFeedCustomTTSData len: -1",
-      "[E]  ZQ-localAgent agentFeedCustomTTSData failed, due to len<0"},
-     "",
-     ""},
-    {kPlayer,
-     [](void *handle) { return vantelFeedCustomTTSData(handle, nullptr, -1); },
-     0,
-     {"[I]  ZQ-localAgent params is NULL"},
-     "",
-     ""},
-    {"{}",
-     with(vantelFeedCustomTTSDataEnd, "{}"),
-     0,
-     {"[I]  ZQ-localAgent agentFeedCustomTTSDataEnd"},
-     "api.localAgent.customDataEnd",
-     "{}"},
-    {kPlayer, with(vantelFeedCustomTTSDataBegin, "{}"), 0, {}, "", ""},
-    {kCntts, with(vantelFeedCustomTTSData, "a", 1), 0, {}, "", ""},
-    {kCntts, with(vantelFeedCustomTTSDataEnd, "{}"), 0, {}, "", ""},
-    {kPlayer,
-     with(vantelNotifyTTSEnd, "x"),
-     0,
-     {"[I]  ZQ-localAgent agentNotifyTTSEnd"},
-     "sys.localPlayer.wait",
-     "",
-     true},
-    {kCntts,
-     with(vantelNotifyTTSEnd, nullptr),
-     0,
-     {"[I]  ZQ-localAgent agentNotifyTTSEnd"},
-     "sys.localPlayer.wait",
-     "",
-     true},
-    {"{}",
-     with(vantelNotifyTTSEnd, nullptr),
-     0,
-     {"[W]  ZQ-localAgent agentNotifyTTSEnd, not using external player or external tts"},
-     "",
-     ""},
+    {"{}", with(vantelFeedCustomTTSDataBegin, nullptr), 0, "I agentFeedCustomTTSDatdBegin", "api.localAgent.customDataBegin", "", true},
+    {"{}", with(vantelFeedCustomTTSData, "a\0b", 3), 0, "D agentFeedCustomTTSData len: 3", "api.localTts.customData", std::string("a\0b", 3)},
+    {"{}", with(vantelFeedCustomTTSData, "a", -1), -1, "D agentFeedCustomTTSData len: -1\nE agentFeedCustomTTSData failed, due to len<0"},
+    {"{}", with(vantelFeedCustomTTSDataEnd, "{}"), 0, "I agentFeedCustomTTSDataEnd", "api.localAgent.customDataEnd", "{}"},
+    {"{}", with(vantelNotifyTTSEnd, nullptr), 0, "W agentNotifyTTSEnd, not using external player or external tts"},
+    {kPlayer, with(vantelFeedCustomTTSData, nullptr, -1), 0, "I params is NULL"},
+    {kPlayer, with(vantelFeedCustomTTSDataBegin, "{}"), 0, ""},
+    {kPlayer, with(vantelNotifyTTSEnd, "x"), 0, "I agentNotifyTTSEnd", "sys.localPlayer.wait", "", true},
+    {kCntts, with(vantelFeedCustomTTSData, "a", 1), 0, ""},
+    {kCntts, with(vantelFeedCustomTTSDataEnd, "{}"), 0, ""},
+    {kCntts, with(vantelNotifyTTSEnd, nullptr), 0, "I agentNotifyTTSEnd", "sys.localPlayer.wait", "", true},
 
-    {kCamera,
-     image("\xff\0im", 4),
-     0,
-     {"[D]  ZQ-localAgent onFeedImage"},
-     "sys.localFace.image",
-     kFrame},
-    {kCamera,
-     image("i", 0),
-     0,
-     {"[D]  ZQ-localAgent onFeedImage", "[W]  ZQ-localAgent imgLen is 0"},
-     "",
-     ""},
-    {kCamera,
-     image(nullptr, 4),
-     0,
-     {"[D]  ZQ-localAgent onFeedImage", "[W]  ZQ-localAgent imgLen is 0"},
-     "",
-     ""},
-    {kFace,
-     image("i", 1),
-     0,
-     {"[D]  ZQ-localAgent onFeedImage",
-      "[W]  ZQ-localAgent disable faceEngine or using internal camera"},
-     "",
-     ""},
-    {R"({"camera":{"mode":"external"}})",
-     image("i", 1),
-     0,
-     {"[D]  ZQ-localAgent onFeedImage",
-      "[W]  ZQ-localAgent disable faceEngine or using internal camera"},
-     "",
-     ""},
+    {kCamera, image("\xff\0im", 4), 0, "D onFeedImage", "sys.localFace.image", kFrame},
+    {kCamera, image("i", 0), 0, "D onFeedImage\nW imgLen is 0"},
+    {kCamera, image(nullptr, 4), 0, "D onFeedImage\nW imgLen is 0"},
+    {kFace, image("i", 1), 0, kNoCamera},
+    {R"({"camera":{"mode":"external"}})", image("i", 1), 0, kNoCamera},
 
-    {"{}", with(vantelQXFindDevice, "x"), -1, {"[I]  ZQ-localAgent onQXFindDevice: x"}, "", ""},
-    {"{}", with(vantelQXDownload, nullptr), -1, {"[I]  ZQ-localAgent onQXDownload: NULL"}, "", ""},
-    {"{}", with(vantelQXDFU, "x"), -1, {"[I]  ZQ-localAgent onQXDFU: x"}, "", ""},
-    {"{}",
-     with(vantelQXDownloadToDFU, "x"),
-     -1,
-     {"[I]  ZQ-localAgent agentQXDownloadToDFU: x"},
-     "",
-     ""},
-    {"{}", with(vantelQXReset, "x"), -1, {"[I]  ZQ-localAgent onQXReset: x"}, "", ""},
-    {"{}", with(vantelQXSetCustomNlg, "x"), -1, {"[I]  ZQ-localAgent onQXSetCustomNlg: x"}, "", ""},
-    {"{}", with(vantelQXOperateInfo, "x"), -1, {"[I]  ZQ-localAgent onQXOperateInfo: x"}, "", ""},
+    {"{}", with(vantelQXFindDevice, "x"), -1, "I onQXFindDevice: x"},
+    {"{}", with(vantelQXDownload, nullptr), -1, "I onQXDownload: NULL"},
+    {"{}", with(vantelQXDFU, "x"), -1, "I onQXDFU: x"},
+    {"{}", with(vantelQXDownloadToDFU, "x"), -1, "I agentQXDownloadToDFU: x"},
+    {"{}", with(vantelQXReset, "x"), -1, "I onQXReset: x"},
+    {"{}", with(vantelQXSetCustomNlg, "x"), -1, "I onQXSetCustomNlg: x"},
+    {"{}", with(vantelQXOperateInfo, "x"), -1, "I onQXOperateInfo: x"},
 };
+// clang-format on
 
 class Agent : public RecordedHost
 {
 protected:
+    // The agent's lines since `forget`, as the rows have them.
+    std::string lines() const
+    {
+        const std::string tag = "]  ZQ-localAgent ";
+        std::string text;
+        for (const std::string &line : log("ZQ-localAgent")) {
+            text += (text.empty() ? "" : "\n") + line.substr(1, 1) + " " +
+                    line.substr(line.find(tag) + tag.size());
+        }
+        return text;
+    }
     // The messages published since `forget`, each "topic data".
     Lines published() const
     {
@@ -420,13 +156,12 @@ TEST_F(Agent, PassesEachRequestOnOrSaysWhyNot)
 {
     std::string configuration;
     for (const Row &row : kRows) {
-        SCOPED_TRACE(testing::Message() << row.configuration << " " << row.topic << " "
-                                        << (row.lines.empty() ? "" : row.lines.back()));
+        SCOPED_TRACE(std::string(row.configuration) + " " + row.topic + " " + row.lines);
         if (row.configuration != configuration) start(row.configuration);
         configuration = row.configuration;
         forget();
         EXPECT_EQ(row.operation(handle), row.result);
-        EXPECT_EQ(log("ZQ-localAgent"), row.lines);
+        EXPECT_EQ(lines(), row.lines);
         std::vector<Publication> expected;
         if (!row.topic.empty()) expected.push_back({"localAgent", row.topic, row.data, row.isNull});
         EXPECT_EQ(recording::published(), expected);
@@ -453,8 +188,8 @@ TEST_F(Agent, FailsTheRequestsOfTheCompanionDevice)
         forget();
         recording::send("localAgent", topic, "{}");
         recording::sendNull("localAgent", topic);
-        std::string line = std::string("[I]  ZQ-localAgent ") + name + ": NULL";
-        EXPECT_EQ(log(), (Lines{line, line}));
+        std::string line = std::string("I ") + name + ": NULL";
+        EXPECT_EQ(lines(), line + "\n" + line);
         EXPECT_EQ(published(), (Lines{result + failed, result + failed}));
     }
 
@@ -462,9 +197,8 @@ TEST_F(Agent, FailsTheRequestsOfTheCompanionDevice)
     recording::send("localAgent", "sys.localSocket.qxFindDevice", R"({ "a": 1 })");
     recording::send("localAgent", "sys.localSocket.qxFindDevice", "no");
     recording::sendNull("localAgent", "sys.localSocket.qxFindDevice");
-    EXPECT_EQ(log(), (Lines{R"([I]  ZQ-localAgent onQXFindDevice: { "a": 1 })",
-                            "[I]  ZQ-localAgent onQXFindDevice: no",
-                            "[E]  ZQ-localAgent findDevice not params"}));
+    EXPECT_EQ(lines(), "I onQXFindDevice: { \"a\": 1 }\nI onQXFindDevice: no\n"
+                       "E findDevice not params");
     EXPECT_EQ(published(), (Lines{R"(sys.qxFindDevice.result {"result":"failed","input":{"a":1}})",
                                   "sys.qxFindDevice.result " + failed}));
 
@@ -473,8 +207,7 @@ TEST_F(Agent, FailsTheRequestsOfTheCompanionDevice)
     recording::sendNull("localAgent", "sys.localSocket.qxOperateInfo");
     recording::send("localAgent", "root.cancel.sticky", "x");
     recording::send("localAgent", "sys.localSocket.QXDFU", "x");
-    EXPECT_EQ(log(), (Lines{"[I]  ZQ-localAgent onQXOperateInfo: x",
-                            "[E]  ZQ-localAgent qxoperateInfo not params"}));
+    EXPECT_EQ(lines(), "I onQXOperateInfo: x\nE qxoperateInfo not params");
     EXPECT_EQ(published(), Lines{});
 }
 
@@ -486,7 +219,7 @@ TEST_F(Agent, AnswersItsTwoPathsWithNothingAndOthersWithANotice)
     EXPECT_EQ(log(), Lines{});
     EXPECT_EQ(recording::call("localAgent", "/localAgent/other"),
               R"({"data":"localAgent url not implement"})");
-    EXPECT_EQ(log(), Lines{"[D]  ZQ-localAgent not implement, url: /localAgent/other"});
+    EXPECT_EQ(lines(), "D not implement, url: /localAgent/other");
 }
 
 TEST_F(Agent, CustomAudioWithoutAnAgentIsIgnored)

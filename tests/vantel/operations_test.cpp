@@ -91,16 +91,4 @@ TEST_F(Operations, LogTheirEntryAndRefuseAHandleWithoutAnAgent)
     }
 }
 
-TEST_F(Operations, LogTheirEntryBeforeTheAgentDoes)
-{
-    start("{}");
-    for (const Row &row : kRows) {
-        forget();
-        row.operation(handle);
-        ASSERT_FALSE(log().empty());
-        EXPECT_EQ(log()[0], row.entry);
-        EXPECT_TRUE(log("nodes or agent").empty()) << row.name;
-    }
-}
-
 } // namespace
