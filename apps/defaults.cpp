@@ -1,5 +1,7 @@
 #include "apps/defaults.h"
 
+#include "apps_grammars.h"
+
 namespace vantel::app
 {
 namespace
@@ -14,26 +16,6 @@ constexpr char kConfiguration[] = R"json({
     "asr": {"grammar": "demo"}
 })json";
 
-// A robot that moves, turns and answers; the numbers are captured as they are spoken.
-constexpr char kEnglish[] = R"jsgf(#JSGF V1.0;
-grammar robot;
-
-public <command> = <move> | <turn> | <light> | <stop>;
-
-<move> = go <direction> [<distance> (meter | meters)]
-    {{"dm":{"command":{"api":"robot.move","param":{"direction":"$direction","distance":"$distance"}},"shouldEndSession":"true"}}};
-<turn> = turn <side>
-    {{"dm":{"command":{"api":"robot.turn","param":{"side":"$side"}},"shouldEndSession":"true"}}};
-<light> = turn the light <state>
-    {{"dm":{"command":{"api":"light.set","param":{"state":"$state"}},"shouldEndSession":"true"}}};
-<stop> = stop [now] {{"dm":{"command":{"api":"robot.stop"},"shouldEndSession":"true"}}};
-
-<direction> = forward | backward;
-<side> = left | right | around;
-<state> = on | off;
-<distance> = one | two | three | four | five | six | seven | eight | nine | ten;
-)jsgf";
-
 } // namespace
 
 Json defaultConfiguration()
@@ -43,7 +25,7 @@ Json defaultConfiguration()
 
 std::string demoGrammar(const std::string &language)
 {
-    return language == "en" ? kEnglish : "";
+    return language == "en" ? kEnglishGrammar : "";
 }
 
 } // namespace vantel::app

@@ -109,6 +109,9 @@ void Timeline::show(const HostEvent &event)
         line(event.ms, "signal", std::string(decibels) + " above the background");
         break;
     }
+    case 1011:
+        line(event.ms, "recorder", textOf(jsonString(data.get(), "operation")));
+        break;
     case 1012:
         line(event.ms, "status", textOf(jsonString(data.get(), "status")));
         break;
