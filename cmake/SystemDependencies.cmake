@@ -9,6 +9,15 @@ endfunction()
 
 system_dependency(cjson libcjson)
 system_dependency(pocketsphinx pocketsphinx sphinxbase)
+pkg_get_variable(speech_models pocketsphinx modeldir)
+
+find_library(FLITE_LEXICON flite_cmulex)
+find_library(FLITE flite)
+if(FLITE_LEXICON AND FLITE)
+    add_library(flite_dependency INTERFACE)
+    target_link_libraries(flite_dependency INTERFACE ${FLITE_LEXICON} ${FLITE})
+endif()
+
 if(VANTEL_APPS)
     system_dependency(sndfile sndfile)
     system_dependency(samplerate samplerate)

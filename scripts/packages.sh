@@ -19,4 +19,4 @@ windows_packages=(
     npm:npm
 )
 # Fetched as source packages by scripts/fetch-sources.
-windows_sources=(cjson sphinxbase pocketsphinx libsndfile libsamplerate portaudio19)
+windows_sources=(cjson sphinxbase pocketsphinx flite libsndfile libsamplerate portaudio19)
