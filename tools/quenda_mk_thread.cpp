@@ -3,6 +3,7 @@
 #include "tools/log.h"
 
 #include <cstdint>
+#include <exception>
 #include <memory>
 #include <new>
 #include <thread>
@@ -25,7 +26,12 @@ struct StartContext {
 uint32_t trampoline(void *opaque)
 {
     std::unique_ptr<StartContext> context{static_cast<StartContext *>(opaque)};
-    context->entry(context->argument);
+    // Above a thread's entry nobody is left to catch what escapes from it.
+    try {
+        context->entry(context->argument);
+    } catch (const std::exception &error) {
+        THREAD_LOG(kError, "  %s thread ended by: %s\n", kTag, error.what());
+    }
     context->ended->store(1, std::memory_order_release);
     return 0;
 }

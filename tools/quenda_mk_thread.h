@@ -25,7 +25,8 @@ using ThreadEntry = void (*)(void *argument);
 // Names the record; it has no thread yet. Returns 0.
 int32_t quenda_mk_thread_init(ThreadRecord *record, const char *name);
 
-// Starts `entry` with `argument` on a new thread: 0, or -1 when no thread was made.
+// Starts `entry` with `argument` on a new thread: 0, or -1 when no thread was made. An exception
+// that leaves the entry is logged and ends the thread as a return does.
 int32_t quenda_mk_thread_create(ThreadRecord *record, ThreadEntry entry, void *argument);
 
 // Waits for the thread's end and closes its handle: 0, or 1 when the wait fails (no thread).

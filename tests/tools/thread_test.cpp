@@ -2,6 +2,7 @@
 #include "tools/quenda_mk_thread.h"
 
 #include <gtest/gtest.h>
+#include <new>
 #include <string>
 
 using namespace vantel;
@@ -72,6 +73,17 @@ TEST_F(Threads, StartReturnsOnceTheLoopRunsAlsoWhenItEndsAtOnce)
     auto nothing = [](void *) {};
     ASSERT_EQ(quenda_mk_thread_start(&record_, "sbcp_test", &running_, nothing, nullptr), 0);
     EXPECT_EQ(quenda_mk_thread_join(&record_), 0);
+}
+
+TEST_F(Threads, AnExceptionEndsItsThreadAndNotTheProcess)
+{
+    auto entry = [](void *) { throw std::bad_alloc(); };
+    std::string lines = logged([&] {
+        ASSERT_EQ(quenda_mk_thread_start(&record_, "sbcp_test", &running_, entry, nullptr), 0);
+        EXPECT_EQ(quenda_mk_thread_join(&record_), 0);
+    });
+    EXPECT_NE(lines.find("  ZQ-thread thread ended by: "), std::string::npos);
+    EXPECT_TRUE(lines.ends_with("  ZQ-thread 线程的返回值是0\n"));
 }
 
 TEST(Mutex, OperationsOnNoMutexDoNothing)
