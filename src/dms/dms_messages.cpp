@@ -161,8 +161,11 @@ bool follow(const Route (&routes)[count], DmsRecord *record, const char *name, c
 
 int32_t dmsOnMessage(void *user, void *, const char *topic, const void *data, uint32_t length)
 {
+    DMS_LOG(kVerbose, "  %s topic: %s, len: %d\n", kDmsTag, orNull(topic),
+            static_cast<int>(length));
+    // Longer messages are beyond the lengths of the engine.
+    if (!topic || length > INT32_MAX) return 0;
     dmsGuarded([=, record = static_cast<DmsRecord *>(user)] {
-        DMS_LOG(kVerbose, "  %s topic: %s, len: %d\n", kDmsTag, topic, static_cast<int>(length));
         if (std::strcmp(topic, topics::kVadPcm) != 0) {
             follow(kMessages, record, topic, static_cast<const char *>(data));
         } else if (record->state == DmsState::started) {
@@ -176,7 +179,7 @@ char *dmsOnCall(void *user, void *, const char *path, const char *data)
 {
     HeapText reply;
     dmsGuarded([&, record = static_cast<DmsRecord *>(user)] {
-        if (!follow(kCalls, record, path, data))
+        if (!path || !follow(kCalls, record, path, data))
             reply = dupString(R"({"data":"localDms url not implement"})");
     });
     return reply.release();
