@@ -13,8 +13,9 @@
  * 3. Every argument is copied before the function returns; the host keeps what it passed in.
  * 4. The operations return 0 when the request was passed on, or was ignored because the
  *    configuration leaves that device to the library (the log says so); -1 when it was refused.
- *    Invalid parameters are also reported with VANTEL_EVENT_ERROR, code -6899. What follows from a
- *    request that was passed on arrives as events.
+ *    Invalid parameters are also reported with VANTEL_EVENT_ERROR, code -6899, except those of
+ *    vantelStopDialogParams and of the functions that feed. What follows from a request that was
+ *    passed on arrives as events.
  * 5. vantelInit, vantelNew, vantelDelete and vantelRelease must not overlap each other. Operations
  *    may come from any thread, from several at once, and from inside the callback, between the
  *    return of vantelNew and the call of vantelDelete. They return without waiting for the request
@@ -61,8 +62,9 @@ enum {
     VANTEL_EVENT_ASR = 1004,
     /* The dialog's reply. An answer takes its place. */
     VANTEL_EVENT_DM_OUTPUT = 1005,
-    /* {"errId":code,"errMsg":text,"extra":details, optional}; the dialog ends. An answer takes its
-     * place. */
+    /* {"errId":code,"errMsg":text,"extra":details, optional}; the listening turn is given up and
+     * the dialog ends, but for the codes of parameters, -6899, and of the companion device, -7099
+     * to -7078, which leave the status as it is. An answer takes its place. */
     VANTEL_EVENT_ERROR = 1006,
     /* {"silenceLen":bytes,"voiceLen":bytes,"snr":decibels} of a listening turn. */
     VANTEL_EVENT_SNR = 1007,
