@@ -121,18 +121,6 @@ TEST_F(AsrResult, BelowTheConfidenceIsDropped)
     EXPECT_EQ(recognise({half}), Texts{kConfidenceReport});
 }
 
-TEST_F(AsrResult, LosesTheTailOfTheWakeupWord)
-{
-    begin(kConfiguration);
-    call("start", R"({"wakeupWord":"你好小驰"})");
-    scripted::emit(scripted::Part::asr, scripted::Moment::stop, 0,
-                   R"({"rec":"小 驰 打 开","eof":1})");
-    call("stop");
-    EXPECT_EQ(published(),
-              (Texts{R"(sys.localAsr.result {"text":"打开","eof":1})",
-                     R"(sys.localDm.result {"dm":{"shouldEndSession":true,"input":"打开"}})"}));
-}
-
 TEST_F(AsrResult, FailingIsRetriedSoOftenInARow)
 {
     const std::string failed = R"({"rec":""})";
