@@ -54,7 +54,8 @@ std::vector<std::string> resourceFolders()
         folders.push_back(here + "/../../share/vantel"); // lib/<architecture>/
         folders.push_back(here + "/share/vantel");
     }
-    folders.push_back(VANTEL_BUILD_RESOURCES);
+    const std::string build = VANTEL_BUILD_RESOURCES;
+    if (!build.empty()) folders.push_back(build);
     return folders;
 }
 

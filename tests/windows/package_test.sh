@@ -1,0 +1,56 @@
+#!/usr/bin/env bash
+# usage: package_test.sh BUILD-FOLDER SOURCE-FOLDER C-COMPILER RECORDING
+#
+# Makes the package and unpacks it somewhere else. There the quick start has to come true: the tool
+# recognises a command, and the example compiles, links and runs, by hand and through CMake.
+set -euo pipefail
+build=$1 source=$2 compiler=$3 recording=$4
+wine=$source/scripts/run-under-wine
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+(cd "$build" && cpack -B "$work/made" >"$work/log") || { cat "$work/log"; exit 1; }
+cd "$work"
+cmake -E tar xf made/*.zip
+cd vantel-*-windows-x86_64
+for path in QUICKSTART.md include/vantel/vantel.h bin/{vantel,quillon,ostrel}.dll \
+    lib/lib{vantel,quillon,ostrel}.dll.a share/vantel/README.txt \
+    share/vantel/model/en-us/cmudict-en-us.dict; do
+    [[ -s $path ]] || { echo "the package has no $path"; exit 1; }
+done
+
+# No folder of the building machine is left in what travels.
+if grep -l "$build" bin/* lib/*.a; then exit 1; fi
+
+if [[ -s share/vantel/silero_vad_v5.onnx && -s share/vantel/win32-x64/onnxruntime.dll ]]; then
+    "$wine" bin/vantel.exe run --fast --audio "$recording" | tee "$work/events"
+    grep -q '"go forward ten meters"' "$work/events"
+else
+    echo "the package has no detector of speech: the tool was not tried"
+fi
+
+prints_status() { # prints_status PROGRAM: the event of the new status comes before the end of input
+    coproc program { "$wine" "$1" 2>&1; }
+    local line seen=1 pid=$program_PID in=${program[1]} out=${program[0]}
+    while IFS=$'\r' read -r -t 60 -u "$out" line; do
+        printf '%s\n' "$line"
+        if [[ $line == 'event 1012: {"status":"understanding"}' ]]; then
+            seen=0
+            break
+        fi
+    done
+    echo >&"$in"
+    wait "$pid" && return "$seen"
+}
+
+"$compiler" examples/events.c -Iinclude -Llib -lvantel -o bin/events.exe
+prints_status bin/events.exe
+
+printf '%s\n' 'cmake_minimum_required(VERSION 3.25)' 'project(host C)' 'find_package(vantel REQUIRED)' \
+    'add_executable(host examples/events.c)' 'target_link_libraries(host vantel::vantel)' \
+    >CMakeLists.txt
+cmake -S . -B "$work/host" -DCMAKE_SYSTEM_NAME=Windows -DCMAKE_C_COMPILER="$compiler" \
+    -DCMAKE_PREFIX_PATH="$PWD" >/dev/null
+cmake --build "$work/host" >/dev/null
+cp "$work/host/host.exe" bin
+prints_status bin/host.exe
