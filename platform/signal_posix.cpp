@@ -14,7 +14,9 @@ namespace vantel
 namespace
 {
 
+// Empty, set, or empty with a thread waiting, so that a set without one costs no system call.
 using Word = std::atomic<uint32_t>;
+enum State : uint32_t { kEmpty, kSet, kAwaited };
 
 static_assert(sizeof(Word) == sizeof(uint32_t) && Word::is_always_lock_free);
 
@@ -29,7 +31,7 @@ long futex(Word *word, int operation, uint32_t value, const timespec *timeout)
 
 PlatformSignal platformSignalCreate()
 {
-    return new (std::nothrow) Word{0};
+    return new (std::nothrow) Word{kEmpty};
 }
 
 void platformSignalDestroy(PlatformSignal signal)
@@ -40,23 +42,22 @@ void platformSignalDestroy(PlatformSignal signal)
 void platformSignalSet(PlatformSignal signal)
 {
     Word *word = static_cast<Word *>(signal);
-    // The waiting thread may free the word as soon as it reads 1; the kernel only compares the
+    // The waiting thread may free the word as soon as it sees the set; the kernel only compares the
     // address then, and a wake-up that finds nobody is harmless.
-    if (word->exchange(1, std::memory_order_release) == 0) futex(word, FUTEX_WAKE, 1, nullptr);
+    if (word->exchange(kSet, std::memory_order_release) == kAwaited)
+        futex(word, FUTEX_WAKE, 1, nullptr);
 }
 
 bool platformSignalWait(PlatformSignal signal, int64_t nanoseconds)
 {
     Word *word = static_cast<Word *>(signal);
-    if (word->exchange(0, std::memory_order_acquire) == 1) return true;
-    if (nanoseconds < 0) {
-        futex(word, FUTEX_WAIT, 0, nullptr);
-    } else {
+    uint32_t state = kEmpty;
+    if (word->compare_exchange_strong(state, kAwaited, std::memory_order_acquire)) {
         timespec timeout{static_cast<time_t>(nanoseconds / kNanosecondsPerSecond),
                          static_cast<long>(nanoseconds % kNanosecondsPerSecond)};
-        futex(word, FUTEX_WAIT, 0, &timeout);
+        futex(word, FUTEX_WAIT, kAwaited, nanoseconds < 0 ? nullptr : &timeout);
     }
-    return word->exchange(0, std::memory_order_acquire) == 1;
+    return word->exchange(kEmpty, std::memory_order_acquire) == kSet;
 }
 
 int64_t platformWaitSlack(int64_t nanoseconds)
