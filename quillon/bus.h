@@ -1,17 +1,20 @@
 // A bus: its nodes by name, its topics, its clock, its log and its server loop.
 #pragma once
 
+#include "quillon/block_pool.h"
 #include "quillon/grace.h"
 #include "quillon/topics.h"
 #include "tools/line_log.h"
 
+#include <array>
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
+#include <map>
 #include <mutex>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 
 namespace vantel
 {
@@ -23,6 +26,7 @@ struct Bus {
     int64_t clickNs = 0; // wake-ups for timers are rounded up to multiples of it; 0: exact
     LineLog log;
 
+    std::array<BlockPool, 8> pools; // each node publishes from one of them
     Grace grace;
     Topics topics{&grace};
     std::atomic<int64_t> clockAheadNs{0};
@@ -33,7 +37,7 @@ struct Bus {
     // Guards the names, and with `changed` what loops and those who wait for them tell each other.
     std::mutex mutex;
     std::condition_variable changed;
-    std::unordered_map<std::string, Node *> nodes;
+    std::map<std::string, Node *, std::less<>> nodes;
     bool serverStopped = false;
 };
 

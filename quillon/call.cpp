@@ -6,6 +6,8 @@
 #include <memory>
 #include <mutex>
 #include <string_view>
+#include <thread>
+#include <utility>
 
 #define CALL_LOG(bus, level, ...) QUILLON_LOG("quillon/call", bus, level, __VA_ARGS__)
 
@@ -17,6 +19,9 @@ namespace
 // One for all buses, since a ring of waiting callers may run through several. Held for a few
 // pointer changes only.
 std::mutex callsMutex;
+
+// A call record is used again unless its text was longer.
+constexpr size_t kKeptTextBytes = 4096;
 
 struct CallDrop {
     void operator()(Call *call) const { callRelease(call); }
@@ -89,12 +94,13 @@ void unlink(Call *call)
 Node *findNode(Bus *bus, std::string_view name)
 {
     std::lock_guard locked{bus->mutex};
-    auto found = bus->nodes.find(std::string{name});
+    auto found = bus->nodes.find(name);
     return found == bus->nodes.end() ? nullptr : found->second;
 }
 
-// Sends the call on its way; gives the reason when that is not possible.
-const char *send(Call *call, Node *caller)
+// Sends the call on its way; gives the reason when that is not possible. `calleeYields`: the callee
+// is about to look for calls and needs no wake-up.
+const char *send(Call *call, Node *caller, bool *calleeYields)
 {
     std::string_view name = nodeOfPath(call->path);
     if (name.empty()) return "the path names no node";
@@ -103,25 +109,38 @@ const char *send(Call *call, Node *caller)
     Node *callee = findNode(caller->bus, name);
     if (!callee) return "there is no such node";
     if (const char *reason = link(call, caller, callee)) return reason;
+    *calleeYields = callee->pace.isYielding.load(std::memory_order_relaxed);
     call->references.fetch_add(1, std::memory_order_relaxed);
     // A closed inbox means that the callee was stopped just now, which finishes the call.
     if (!callee->inbox.push(call)) callRelease(call);
     return nullptr;
 }
 
+// The caller's last call record if nobody holds it any more, else a new one.
 CallHold newCall(Node *caller, const char *path, const char *data, uint32_t length)
 {
-    CallHold call{new Call};
-    call->next = nullptr;
+    CallHold call{caller->spareCall.exchange(nullptr, std::memory_order_acquire)};
+    if (!call) call.reset(new Call);
+    if (!call->done) return nullptr;
     call->kind = ItemKind::call;
-    call->index = 0;
     call->path = path;
     call->hasText = data != nullptr;
     if (data) call->text.assign(data, length);
+    call->isFinished.store(false, std::memory_order_relaxed);
     Node *blocked = nodeOfThread();
     call->isForeign = !blocked;
     call->waiter = blocked ? blocked : caller;
-    return call->done ? std::move(call) : nullptr;
+    return call;
+}
+
+// Keeps the record for the caller's next call. A callee that is still at it will free it instead.
+void putBack(Node *caller, CallHold call)
+{
+    if (call->references.load(std::memory_order_acquire) != 1) return;
+    if (call->text.capacity() > kKeptTextBytes) return;
+    Call *empty = nullptr;
+    if (caller->spareCall.compare_exchange_strong(empty, call.get(), std::memory_order_release))
+        call.release();
 }
 
 } // namespace
@@ -129,12 +148,14 @@ CallHold newCall(Node *caller, const char *path, const char *data, uint32_t leng
 const char *callMake(Node *caller, const char *path, const char *data, uint32_t length)
 {
     CallHold call = newCall(caller, path, data, length);
-    const char *reason = call ? send(call.get(), caller) : "there is no memory";
+    bool calleeYields = false;
+    const char *reason = call ? send(call.get(), caller, &calleeYields) : "there is no memory";
     if (reason) {
         CALL_LOG(caller->bus, kWarning, "  %s %s cannot call %s: %s\n", kBusTag,
                  caller->name.c_str(), path, reason);
         return nullptr;
     }
+    if (calleeYields) std::this_thread::yield();
     while (!platformSignalWait(call->done, kWaitForever)) {
     }
     HeapText previous;
@@ -144,8 +165,10 @@ const char *callMake(Node *caller, const char *path, const char *data, uint32_t 
         unlink(call.get());
         previous = std::move(caller->reply);
         caller->reply = std::move(call->reply);
-        return caller->reply.get();
     }
+    const char *reply = caller->reply.get();
+    putBack(caller, std::move(call));
+    return reply;
 }
 
 void callAnswer(Node *callee, Call *call)

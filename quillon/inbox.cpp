@@ -7,13 +7,15 @@ Item Inbox::states[2];
 
 bool Inbox::push(Item *item)
 {
+    // Once it is queued the item may be gone at any moment.
+    bool isCall = item->kind == ItemKind::call;
     Item *head = head_.load(std::memory_order_relaxed);
     do {
         if (head == closed()) return false;
         item->next = head == asleep() ? nullptr : head;
     } while (!head_.compare_exchange_weak(head, item, std::memory_order_seq_cst,
                                           std::memory_order_relaxed));
-    if (head == asleep()) platformSignalSet(signal_);
+    if (head == asleep() || (isCall && isNapping_)) platformSignalSet(signal_);
     return true;
 }
 
@@ -43,12 +45,14 @@ void Inbox::nudge()
     if (head_.load(std::memory_order_seq_cst) == expected &&
         head_.compare_exchange_strong(expected, nullptr, std::memory_order_seq_cst))
         platformSignalSet(signal_);
+    else if (isNapping_)
+        platformSignalSet(signal_);
 }
 
 Item *Inbox::close()
 {
     Item *head = head_.exchange(closed(), std::memory_order_seq_cst);
-    if (head == asleep()) platformSignalSet(signal_);
+    if (head == asleep() || isNapping_) platformSignalSet(signal_);
     return head == asleep() || head == closed() ? nullptr : head;
 }
 
@@ -68,6 +72,20 @@ void Inbox::wake()
 {
     Item *expected = asleep();
     head_.compare_exchange_strong(expected, nullptr, std::memory_order_seq_cst);
+}
+
+// Whoever adds a call looks for a nap after that, and here it is the other way round, so one of the
+// two sees the other.
+bool Inbox::lieDown()
+{
+    isNapping_ = true;
+    return head_.load(std::memory_order_seq_cst) == nullptr;
+}
+
+void Inbox::nap(int64_t nanoseconds)
+{
+    if (nanoseconds > 0) platformSignalWait(signal_, nanoseconds);
+    isNapping_ = false;
 }
 
 } // namespace vantel

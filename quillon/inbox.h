@@ -54,6 +54,11 @@ public:
     void sleep(int64_t nanoseconds);
     void wake();
 
+    // A sleep of which messages take no notice, only calls, nudges and the closing. False when
+    // there is something to take already, or the inbox is closed: then the nap ends at once.
+    bool lieDown();
+    void nap(int64_t nanoseconds);
+
 private:
     // Values of the word that are no item.
     static Item *asleep() { return &states[0]; }
@@ -61,6 +66,7 @@ private:
     static Item states[2];
 
     std::atomic<Item *> head_{nullptr};
+    std::atomic<bool> isNapping_{false};
     PlatformSignal signal_ = platformSignalCreate();
 };
 

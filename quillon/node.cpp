@@ -1,10 +1,9 @@
 #include "quillon/node.h"
 
 #include "quillon/bus_log.h"
-#include "quillon/publication.h"
+#include "quillon/loop.h"
 #include "tools/json.h"
 
-#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <utility>
@@ -17,107 +16,7 @@ namespace vantel
 namespace
 {
 
-// Items; a queue of this length and each further doubling is logged.
-constexpr uint32_t kHighWater = 1024;
-
 thread_local Node *loopOfThread = nullptr;
-
-void releaseItem(Item *item)
-{
-    switch (item->kind) {
-    case ItemKind::message:
-        return publicationRelease(publicationOf(item));
-    case ItemKind::call:
-        return callRelease(static_cast<Call *>(item));
-    }
-}
-
-void releaseItems(Item *item)
-{
-    while (item) {
-        Item *next = item->next;
-        releaseItem(item);
-        item = next;
-    }
-}
-
-void handleItem(Node *node, Item *item)
-{
-    switch (item->kind) {
-    case ItemKind::message: {
-        Publication *publication = publicationOf(item);
-        if (node->onmessage) {
-            node->onmessage(node->user, node, publication->topic->name.c_str(), publication->data,
-                            publication->length);
-        }
-        return publicationRelease(publication);
-    }
-    case ItemKind::call:
-        return callAnswer(node, static_cast<Call *>(item));
-    }
-}
-
-// A timer that is set again from its callback is due later than `now`, so this comes to an end.
-void runDueTimers(Node *node)
-{
-    if (node->timers.isEmpty()) return;
-    int64_t now = busNowNs(node->bus);
-    Timer timer;
-    while (!node->isStopped && node->timers.takeDue(now, &timer))
-        timer.callback(timer.user, node, timer.tag);
-}
-
-// How long the loop may sleep before its next timer; rounded up to the bus's clicks, so that timers
-// close to each other share a wake-up.
-int64_t sleepNs(const Node *node)
-{
-    int64_t earliest = node->timers.earliestNs();
-    if (earliest == Timers::kNever) return kWaitForever;
-    int64_t now = busNowNs(node->bus);
-    int64_t click = node->bus->clickNs;
-    if (click > 0 && earliest > now) earliest = (earliest + click - 1) / click * click;
-    return std::max<int64_t>(earliest - now, 0);
-}
-
-void sleepUntilWork(Node *node)
-{
-    if (!node->inbox.fallAsleep()) return;
-    // Only now, because a timer that is set from outside nudges a sleeping loop.
-    int64_t nanoseconds = sleepNs(node);
-    if (nanoseconds == 0)
-        node->inbox.wake();
-    else
-        node->inbox.sleep(nanoseconds);
-}
-
-void noteLength(Node *node, uint32_t count)
-{
-    if (count < std::max(kHighWater, node->highWater)) return;
-    node->highWater = count * 2;
-    NODE_LOG(node->bus, kWarning, "  %s queue of %s grew to %u\n", kBusTag, node->name.c_str(),
-             count);
-}
-
-void loop(Node *node)
-{
-    while (!node->isStopped) {
-        runDueTimers(node);
-        uint32_t count = 0;
-        Item *item = node->inbox.take(&count);
-        if (!item) {
-            if (!node->isStopped) sleepUntilWork(node);
-            continue;
-        }
-        noteLength(node, count);
-        while (item && !node->isStopped) {
-            Item *next = item->next;
-            handleItem(node, item);
-            item = next;
-            if (item) runDueTimers(node);
-        }
-        releaseItems(item);
-    }
-}
 
 bool isNameUsable(const char *name)
 {
@@ -185,7 +84,9 @@ Node *nodeNew(Bus *bus, const char *name, quillon_onmessage onmessage, quillon_o
     node->onmessage = onmessage;
     node->oncall = oncall;
     node->user = user;
-    node->slot = bus->grace.slot(bus->nodesMade.fetch_add(1));
+    uint32_t index = bus->nodesMade.fetch_add(1);
+    node->slot = bus->grace.slot(index);
+    node->pool = &bus->pools[index % bus->pools.size()];
     node->bus = bus;
     {
         std::lock_guard locked{bus->mutex};
@@ -212,7 +113,7 @@ int32_t nodeRun(Node *node)
     busRetain(bus);
     node->outer = std::exchange(loopOfThread, node);
     int64_t slack = platformWaitSlack(1);
-    loop(node);
+    loopRun(node);
     platformWaitSlack(slack);
     loopOfThread = node->outer;
     if (node->isOrphan) {
@@ -232,7 +133,7 @@ void nodeStop(Node *node)
     // The loop may return, and its thread delete the node, before this function is through.
     Grace::Reading reading{node->bus->grace, node->slot};
     node->isStopped = true;
-    releaseItems(node->inbox.close());
+    loopRelease(node->inbox.close());
     callReleaseWaiting(node);
 }
 

@@ -5,6 +5,7 @@
 #include "quillon/bus.h"
 #include "quillon/call.h"
 #include "quillon/inbox.h"
+#include "quillon/loop.h"
 #include "quillon/timers.h"
 #include "tools/heap_text.h"
 
@@ -15,6 +16,8 @@ namespace vantel
 {
 
 struct Node {
+    ~Node() { callRelease(spareCall); }
+
     // Constant once the node is made.
     Bus *bus = nullptr; // held
     std::string name;
@@ -22,6 +25,7 @@ struct Node {
     quillon_oncall oncall = nullptr;
     void *user = nullptr;
     Grace::Slot *slot = nullptr;
+    BlockPool *pool = nullptr;
 
     Inbox inbox;
     Timers timers;
@@ -34,7 +38,10 @@ struct Node {
     Node *outer = nullptr;     // the node whose callback runs this loop
     Call *answering = nullptr; // the call whose oncall is running
     bool isOrphan = false;     // deleted from inside its own callback: freed by the loop
-    uint32_t highWater = 0;    // items in the longest queue that was logged
+    Pace pace;
+    uint32_t highWater = 0; // items in the longest queue that was logged
+
+    std::atomic<Call *> spareCall{nullptr}; // owned; a record for the node's next call
 
     // Guarded by the mutex of the calls (quillon/call.cpp).
     CallList outgoing; // calls that block this node

@@ -1,6 +1,5 @@
 #include "quillon/publication.h"
 
-#include <cstdlib>
 #include <cstring>
 #include <new>
 
@@ -10,11 +9,11 @@ namespace vantel
 // The items follow the head without a gap.
 static_assert(sizeof(Publication) % alignof(Item) == 0);
 
-Publication *publicationNew(const Topic *topic, const void *data, uint32_t length,
+Publication *publicationNew(BlockPool *pool, const Topic *topic, const void *data, uint32_t length,
                             uint32_t deliveries)
 {
     size_t headBytes = sizeof(Publication) + deliveries * sizeof(Item);
-    void *block = std::malloc(headBytes + length + 1);
+    void *block = pool->allocate(headBytes + length + 1);
     if (!block) return nullptr;
     char *payload = static_cast<char *>(block) + headBytes;
     if (length > 0) std::memcpy(payload, data, length);
@@ -31,7 +30,7 @@ void publicationRelease(Publication *publication, uint32_t references)
     // The last holder needs no read-modify-write, and most publications have one subscriber.
     if (publication->references.load(std::memory_order_acquire) == references ||
         publication->references.fetch_sub(references, std::memory_order_acq_rel) == references)
-        std::free(publication);
+        BlockPool::release(publication);
 }
 
 } // namespace vantel

@@ -1,6 +1,7 @@
 // A published payload: one block shared by all subscribers, freed by the last of them.
 #pragma once
 
+#include "quillon/block_pool.h"
 #include "quillon/inbox.h"
 #include "quillon/topics.h"
 
@@ -22,7 +23,7 @@ struct Publication {
 };
 
 // A copy of the payload with `deliveries` references; null when there is no memory.
-Publication *publicationNew(const Topic *topic, const void *data, uint32_t length,
+Publication *publicationNew(BlockPool *pool, const Topic *topic, const void *data, uint32_t length,
                             uint32_t deliveries);
 
 void publicationRelease(Publication *publication, uint32_t references = 1);

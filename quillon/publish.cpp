@@ -32,7 +32,7 @@ int32_t publish(Node *publisher, const char *topicName, const void *data, uint32
     const Subscribers *list = topic->subscribers.load(std::memory_order_seq_cst);
     uint32_t places = list ? countPlaces(list) : 0;
     if (places == 0) return 0;
-    Publication *publication = publicationNew(topic, data, length, places);
+    Publication *publication = publicationNew(publisher->pool, topic, data, length, places);
     if (!publication) {
         PUBLISH_LOG(bus, kError, "  %s no memory for %u bytes of %s\n", kBusTag, length, topicName);
         return -1;

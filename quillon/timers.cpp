@@ -25,7 +25,7 @@ int32_t Timers::set(int64_t deadlineNs, quillon_timer callback, int32_t tag, voi
         byDeadline_.erase(place);
         throw;
     }
-    pending_.store(byId_.size(), std::memory_order_relaxed);
+    pending_ = byId_.size();
     return id;
 }
 
@@ -36,7 +36,7 @@ bool Timers::kill(int32_t id)
     if (found == byId_.end()) return false;
     byDeadline_.erase(found->second);
     byId_.erase(found);
-    pending_.store(byId_.size(), std::memory_order_relaxed);
+    pending_ = byId_.size();
     return true;
 }
 
@@ -48,7 +48,7 @@ bool Timers::takeDue(int64_t nowNs, Timer *timer)
     *timer = first->second;
     byId_.erase(timer->id);
     byDeadline_.erase(first);
-    pending_.store(byId_.size(), std::memory_order_relaxed);
+    pending_ = byId_.size();
     return true;
 }
 

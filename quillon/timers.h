@@ -37,8 +37,9 @@ public:
     // kNever when none is pending.
     int64_t earliestNs() const;
 
-    // Costs no lock, so that a loop without timers need not read the clock.
-    bool isEmpty() const { return pending_.load(std::memory_order_relaxed) == 0; }
+    // Costs no lock, so that a loop without timers need not read the clock. Sequentially consistent
+    // with the inbox: a loop that falls asleep sees the timer, or whoever set it sees the sleeper.
+    bool isEmpty() const { return pending_.load(std::memory_order_seq_cst) == 0; }
 
 private:
     // Timers of one deadline expire in the order in which they were set.
