@@ -81,6 +81,12 @@ void forget(VadRecord *record)
     record->heardAt += surplus;
 }
 
+bool hasFrame(const VadRecord *record)
+{
+    int64_t end = record->heardAt + static_cast<int64_t>(record->heard.size());
+    return record->segmenter.position + record->segmenter.frameBytes <= end;
+}
+
 bool takeFrame(VadRecord *record)
 {
     int16_t samples[1024];
@@ -116,8 +122,7 @@ int32_t feed(VadRecord *record, const void *pcm, int32_t bytes)
         record->heard.append(next, piece);
         next += piece;
         left -= piece;
-        int64_t end = record->heardAt + static_cast<int64_t>(record->heard.size());
-        while (record->segmenter.position + record->segmenter.frameBytes <= end) {
+        while (hasFrame(record)) {
             if (!takeFrame(record)) return -1;
             if (!record->started) return 0; // stopped by the callback
         }

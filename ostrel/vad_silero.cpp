@@ -113,15 +113,11 @@ std::unique_ptr<VadDetector> sileroDetector()
 int32_t vadModelsLoad()
 {
     std::string path = findResource(kModelName);
-    if (path.empty()) {
-        SILERO_LOG(kWarning, "  no %s: speech is detected without it\n", kModelName);
-        vadModelsRelease();
-        return 0;
-    }
     std::shared_ptr<const OnnxSession> session;
-    int32_t result = onnxOpen(path, &session);
+    int32_t result = path.empty() ? kOnnxMissing : onnxOpen(path, &session);
     if (result == kOnnxMissing) {
-        SILERO_LOG(kWarning, "  no inference runtime: speech is detected without it\n");
+        SILERO_LOG(kWarning, "  no %s: speech is detected without a model\n",
+                   path.empty() ? kModelName : "inference runtime");
         result = 0;
     } else if (result == 0 && !SileroDetector{session}.bind()) {
         SILERO_LOG(kError, "  not a voice activity model: %s\n", path.c_str());
