@@ -1,0 +1,66 @@
+// What the recogniser says of recorded people. The values are those of the Linux build; every other
+// system has to say the same.
+#include "tests/ostrel/commands.h"
+#include "tests/ostrel/recordings.h"
+
+#include <gtest/gtest.h>
+#include <ostream>
+
+using namespace commands;
+
+namespace
+{
+
+struct Spoken {
+    const char *recording;
+    const char *grammar;
+    const char *command; // by the grammar; null: something that the grammar does not have
+    double confidence;
+    const char *text; // as free speech
+};
+
+void PrintTo(const Spoken &spoken, std::ostream *out)
+{
+    *out << spoken.recording;
+}
+
+const Spoken kSpoken[] = {
+    {"goforward.raw", kVehicle, "go forward ten meters", 0.9997, "go forward ten meters"},
+    {"numbers.raw", kVehicle, nullptr, 0, "thirty three four six ninety two"},
+    {"something.raw", kVehicle, nullptr, 0, "go somewhere and do something"},
+    {"cards/001.wav", kCards, "ten of clubs", 0.5998, "ten of clubs"},
+    {"cards/003.wav", kCards, "seven of clubs", 0.9206, "seven of clubs"},
+    {"cards/004.wav", kCards, "five five", 0.7848, "five five"},
+    {"cards/005.wav", kCards, "eight of spades four of clubs seven of hearts", 0.9846,
+     "eight of spades four of cloves seven of hearts"},
+    {"librivox/sense_and_sensibility_01_austen_64kb-0870.wav", kCards, nullptr, 0,
+     "and mr john dashwood had then leisure to consider how much there might be prudently in his "
+     "power to do for them"},
+    {"librivox/sense_and_sensibility_01_austen_64kb-0880.wav", kCards, nullptr, 0,
+     "he was not an ill sposed young man"},
+};
+
+class RecordedPeople : public testing::TestWithParam<Spoken>
+{
+protected:
+    void SetUp() override { ASSERT_EQ(ostrel_library_load(R"({"logEnable":false})"), 0); }
+    void TearDown() override { ostrel_library_release(); }
+};
+
+INSTANTIATE_TEST_SUITE_P(All, RecordedPeople, testing::ValuesIn(kSpoken));
+
+TEST_P(RecordedPeople, AreUnderstoodAlikeOnEverySystem)
+{
+    ASSERT_EQ(compile(grammarText(GetParam().grammar)), 0);
+    Recogniser recogniser{"{}"};
+    const cJSON *result = recogniser.recognise(recordings::load(GetParam().recording));
+    if (GetParam().command) {
+        EXPECT_EQ(rec(result), GetParam().command);
+    }
+    EXPECT_NEAR(conf(result), GetParam().confidence, 0.02);
+    if (HAS_MOONSHINE) {
+        EXPECT_EQ(rec(result, "ngram"), GetParam().text);
+    }
+}
+
+} // namespace
