@@ -73,7 +73,7 @@ protected:
     std::string lastStatus()
     {
         const auto names = node->statuses();
-        return names.empty() ? "" : names.back();
+        return names.empty() ? "silence" : names.back();
     }
 
     std::optional<ProcessorNode> node;

@@ -32,13 +32,10 @@ TEST_F(FullDuplex, ATurnKeepsTheVadRunningAndHandsItTheTime)
     startDialog();
     EXPECT_EQ(node->trace(),
               listeningBegins() + status("listening") + kTimerStarts + kRecorderStarts);
-    node->forget();
     startDialog(); // from any status
     EXPECT_EQ(node->trace(), listeningBegins() + kTimerStarts + kRecorderStarts);
-    node->forget();
     speechEnds();
     EXPECT_EQ(node->trace(), dmsEnds() + status("understanding") + kRecorderStops);
-    node->forget();
     reply(kContinuing);
     EXPECT_EQ(node->trace(), replied(kContinuing) + listeningBegins() + status("listening") +
                                  kTimerStarts + kRecorderStarts);
@@ -49,7 +46,6 @@ TEST_F(FullDuplex, TheEndOfPlaybackGoesToTheDialogService)
 {
     startDialog();
     reply(kContinuingSpoken);
-    node->forget();
     playbackEnds();
     EXPECT_EQ(node->trace(), (Trace{R"(1016 {"status":"end"})",
                                     R"(context.sync {"sessionId":"s1","async":{"dispatchEvent":)"
@@ -58,7 +54,6 @@ TEST_F(FullDuplex, TheEndOfPlaybackGoesToTheDialogService)
     EXPECT_EQ(node->log("set check valid dm timerId").size(), 1U);
     EXPECT_EQ(node->log("set keepalive timerId").size(), 1U);
     reply(R"({"dm":{"nlg":"x","shouldEndSession":false},"sessionId":"a\"b\\c\n"})");
-    node->forget();
     playbackEnds();
     EXPECT_EQ(node->traceOf("context.sync").at(0),
               R"(context.sync {"sessionId":"a\"b\\c\n","async":{"dispatchEvent":)"
@@ -69,9 +64,7 @@ TEST_F(FullDuplex, ADialogThatPlayedOutIsResetAndStopped)
 {
     startDialog();
     reply(kEndingSpoken);
-    node->forget();
     node->publish("api.localAgent.speak", R"({"operation":"start"})"); // silent since the reply
-    node->forget();
     playbackEnds();
     EXPECT_EQ(node->trace(),
               Trace{R"(1016 {"status":"end"})"} + status("silence") + kDmsReset +
@@ -86,7 +79,6 @@ TEST_F(FullDuplex, ADialogThatPlayedOutIsResetAndStopped)
 TEST_F(FullDuplex, SpeechBehindTheLastTurnIsDropped)
 {
     node->publish("api.localAgent.inputText", "{}"); // a session that is to end
-    node->forget();
     speechEnds();
     EXPECT_EQ(node->trace(), Trace{"localDms.cancel (null)"});
     EXPECT_EQ(node->log("dm shouldEndSession is true, drop current interactive").size(), 1U);
@@ -99,7 +91,6 @@ TEST_F(FullDuplex, TheHostsLimitsReachTheDialogServiceWithEveryTurn)
     EXPECT_EQ(node->traceOf(topic), Trace{});
     EXPECT_EQ(node->log("updateSessionTimeout: -1, asrMaxTextLength: -1").size(), 1U);
     reply(kContinuing);
-    node->forget();
     node->publish("api.localAgent.setContextSync", R"({"updateSessionTimeout":30})");
     EXPECT_EQ(node->trace(),
               Trace{topic + R"({"caller":"customer","syncContext":{"sessionId":"s1",)"
@@ -108,7 +99,6 @@ TEST_F(FullDuplex, TheHostsLimitsReachTheDialogServiceWithEveryTurn)
     node->publish("api.localAgent.setContextSync", R"({"asrMaxTextLength":100})");
     node->publish("api.localAgent.setContextSync", "100 is not an object, but JSON");
     node->publish("api.localAgent.setContextSync", "neither");
-    node->forget();
     startDialog();
     EXPECT_EQ(node->trace()[2],
               topic + R"({"caller":"dm","syncContext":{"sessionId":"s1","async":{"dispatchEvent":)"
@@ -122,7 +112,6 @@ TEST_F(FullDuplex, TheHostsLimitsReachTheDialogServiceWithEveryTurn)
 TEST_F(FullDuplex, ADiscardedResponseListensAgainOrEndsTheDialog)
 {
     const auto discard = [&](const std::string &rest) {
-        node->forget();
         node->publish("sys.rt.output",
                       R"({"dm":{"command":{"api":"discardResponse"})" + rest + "}");
     };
@@ -136,7 +125,6 @@ TEST_F(FullDuplex, ADiscardedResponseListensAgainOrEndsTheDialog)
     EXPECT_EQ(node->log("rt.output should not have nlg or speakurl").size(), 1U);
     discard(R"(},"speakUrl":"url")");
     EXPECT_EQ(node->log("rt.output should not have nlg or speakurl").size(), 1U);
-    node->forget();
     node->publish("sys.rt.output", kEnding); // nothing was discarded
     EXPECT_EQ(node->trace().size(), 1U);
     discard(R"(,"shouldEndSession":true,"nlg":""},"speakUrl":"url")");
@@ -152,7 +140,6 @@ TEST_F(FullDuplex, ATurnWithoutReplyIsReportedAndGoesOn)
 {
     startDialog();
     reply(kContinuing);
-    node->forget();
     node->advance(900000);
     EXPECT_EQ(node->trace(), Trace{R"(1044 {"reason":"not dm output"})"});
     EXPECT_EQ(node->log("check valid dm vantelHandle").size(), 2U);
@@ -166,7 +153,6 @@ TEST_F(FullDuplex, TheTimersThatEndADialogStopTheVadsTime)
 {
     startDialog();
     reply(kEnding);
-    node->forget();
     node->advance(40000);
     EXPECT_EQ(node->trace(), kDmsReset + Trace{"/localVad/stop (null)"} + kTimerStops);
 }

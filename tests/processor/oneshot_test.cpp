@@ -23,7 +23,6 @@ protected:
     // What happens when nobody speaks in time.
     Trace expire()
     {
-        node->forget();
         node->advance(300000);
         return node->trace();
     }

@@ -106,35 +106,30 @@ char *ProcessorNode::callback(void *user, const void *data, uint32_t length, int
     const std::string text = data ? std::string(static_cast<const char *>(data), length) : "(null)";
     node->note((type == vantel::kTypeJson ? "" : std::to_string(type) + "/") +
                std::to_string(event) + " " + text);
-    std::function<void(const support::Event &)> handler;
-    vantel::HeapText answer;
-    {
-        std::lock_guard locked{node->mutex_};
-        handler = node->handler_;
-        const auto found = node->answers_.find(event);
-        if (found != node->answers_.end()) answer = vantel::dupString(found->second.c_str());
-    }
-    if (handler) handler({type, event, text});
-    return answer.release();
+    std::lock_guard locked{node->mutex_};
+    // {"status":"silence"}
+    if (event == 1012) node->statuses_.push_back(text.substr(11, text.size() - 13));
+    const auto found = node->answers_.find(event);
+    return found == node->answers_.end() ? nullptr
+                                         : vantel::dupString(found->second.c_str()).release();
 }
 
 void ProcessorNode::send(const std::string &topic, const std::string &data)
 {
-    {
-        std::lock_guard locked{mutex_};
-        sent_.push_back(entryOf({topic, data, false}));
-    }
+    sent_.push_back(entryOf({topic, data, false}));
     notes_->publish(topic, data);
 }
 
 void ProcessorNode::publish(const std::string &topic, const std::string &data)
 {
+    forget();
     send(topic, data);
     settle();
 }
 
 void ProcessorNode::publishNull(const std::string &topic)
 {
+    forget();
     sent_.push_back(entryOf({topic, "", true}));
     notes_->publishNull(topic);
     settle();
@@ -142,12 +137,14 @@ void ProcessorNode::publishNull(const std::string &topic)
 
 void ProcessorNode::advance(int32_t milliseconds)
 {
+    forget();
     quillon_clock_advance(bus_, milliseconds);
     settle();
 }
 
 std::string ProcessorNode::call(const std::string &path)
 {
+    forget();
     const std::string reply = notes_->call(path, "data");
     settle();
     return reply;
@@ -157,12 +154,6 @@ void ProcessorNode::answer(int32_t event, const std::string &text)
 {
     std::lock_guard locked{mutex_};
     answers_[event] = text;
-}
-
-void ProcessorNode::onEvent(std::function<void(const support::Event &)> handler)
-{
-    std::lock_guard locked{mutex_};
-    handler_ = std::move(handler);
 }
 
 void ProcessorNode::settle()
@@ -182,7 +173,6 @@ Trace ProcessorNode::trace()
     Trace trace;
     for (const support::Message &message : observer_->heard())
         trace.push_back(entryOf(message));
-    std::lock_guard locked{mutex_};
     // Its place among the rest is not fixed: the processor may hear it first.
     for (const std::string &entry : sent_) {
         const auto found = std::find(trace.begin(), trace.end(), entry);
@@ -200,12 +190,8 @@ Trace ProcessorNode::traceOf(const std::string &prefix)
 
 std::vector<std::string> ProcessorNode::statuses()
 {
-    std::vector<std::string> names;
-    for (const std::string &entry : traceOf("1012 ")) {
-        const size_t begin = entry.find(":\"") + 2;
-        names.push_back(entry.substr(begin, entry.rfind('"') - begin));
-    }
-    return names;
+    std::lock_guard locked{mutex_};
+    return statuses_;
 }
 
 std::vector<std::string> ProcessorNode::log(const std::string &containing)

@@ -5,7 +5,6 @@
 #include "src/processor/processor.h"
 #include "tests/support/system.h"
 
-#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -13,7 +12,8 @@
 #include <thread>
 #include <vector>
 
-// What the processor did, in one order: "vantel.status {...}" is a publication on that topic
+// What the processor did since the last request, in one order: "vantel.status {...}" is a
+// publication on that topic
 // ("sys." is left out), "/localVad/start (null)" a call with its data, "1012 {...}" an event of the
 // host. What the test published itself is left out.
 using Trace = std::vector<std::string>;
@@ -34,25 +34,23 @@ public:
     ProcessorNode(const ProcessorNode &) = delete;
     ProcessorNode &operator=(const ProcessorNode &) = delete;
 
-    // Also from inside the host's callback.
+    // Forgets nothing and waits for nothing.
     void send(const std::string &topic, const std::string &data);
-    // Each settles before it returns.
+    // Each forgets what was before it, and settles before it returns.
     void publish(const std::string &topic, const std::string &data);
     void publishNull(const std::string &topic);
     void advance(int32_t milliseconds);
     std::string call(const std::string &path);
 
-    // The host's answer to an event from now on, and what it does before it answers.
+    // The host's answer to an event from now on.
     void answer(int32_t event, const std::string &text);
-    void onEvent(std::function<void(const support::Event &)> handler);
     // A member outside the library: serves one path of "/localWakeup" from now on.
     void serveDevice(const std::string &path, const std::string &reply);
 
-    Trace trace();                            // since the last forget()
+    Trace trace();
     Trace traceOf(const std::string &prefix); // its entries that begin so
-    std::vector<std::string> statuses();      // as the host was told
+    std::vector<std::string> statuses();      // as the host was told since the node was made
     std::vector<std::string> log(const std::string &containing = "");
-    void forget();
     void settle();
 
 private:
@@ -60,6 +58,7 @@ private:
                           int32_t event);
     void serve(support::Member &member, const std::string &path, const std::string &reply);
     void note(const std::string &entry);
+    void forget();
 
     std::string folder_;
     size_t logStart_ = 0;
@@ -68,8 +67,8 @@ private:
     vantel::Instance instance_;
     std::mutex mutex_;
     std::vector<std::string> sent_;
+    std::vector<std::string> statuses_;
     std::map<int32_t, std::string> answers_;
-    std::function<void(const support::Event &)> handler_;
     // Everything is noted on the bus, so that the observer hears it in the order in which it was
     // done, whatever the thread.
     std::unique_ptr<support::Member> notes_;
