@@ -44,7 +44,7 @@ void _consoleDmsStop(ProcessorRecord *record)
 bool addItem(cJSON *object, const char *key, Json item)
 {
     if (!item || !cJSON_AddItemToObject(object, key, item.get())) return false;
-    item.release();
+    static_cast<void>(item.release()); // the object owns it now
     return true;
 }
 
