@@ -16,8 +16,9 @@ namespace
 
 using namespace bench;
 
-constexpr int kLines = 100000;
+constexpr int kLines = 20000;
 constexpr int kSuppressedLines = 10000000;
+constexpr int kFirstNumber = 100000; // all have six digits
 constexpr size_t kLineCharacters = 150;
 
 using vantel::LineLog;
@@ -43,12 +44,12 @@ Cost ownLines(const std::string &path, size_t *characters)
 {
     LineLog log;
     vantel::lineLogInit(&log, vantel::kDebug, path.c_str(), 0, 0);
-    std::string text = filler(80);
+    std::string text = filler(77);
     int64_t wall = nowNs();
     int64_t cpu = cpuNs();
     for (int i = 0; i < kLines; ++i)
-        vantel::lineLogPrint(&log, vantel::kInfo, "bench/bench_log", __LINE__, "  %s %s %06d\n",
-                             "bench", text.c_str(), i);
+        vantel::lineLogPrint(&log, vantel::kInfo, "bench/bench_log", __LINE__, "  %s %s %d\n",
+                             "bench", text.c_str(), kFirstNumber + i);
     Cost cost = perLine(kLines, wall, cpu);
     vantel::lineLogRelease(&log);
     *characters = lineLength(path);
@@ -60,11 +61,11 @@ Cost otherLines(const std::string &path, size_t *characters)
     auto sink = std::make_shared<spdlog::sinks::basic_file_sink_mt>(path, true);
     spdlog::logger log{"bench", sink};
     log.flush_on(spdlog::level::trace);
-    std::string text = filler(49);
+    std::string text = filler(48);
     int64_t wall = nowNs();
     int64_t cpu = cpuNs();
     for (int i = 0; i < kLines; ++i)
-        log.info("{} {:06}", text, i);
+        log.info("{} {}", text, kFirstNumber + i);
     Cost cost = perLine(kLines, wall, cpu);
     *characters = lineLength(path);
     return cost;
@@ -87,7 +88,7 @@ double suppressedLine()
 // usage: bench_log [rounds]
 int main(int argc, char **argv)
 {
-    int rounds = argc > 1 ? std::max(std::atoi(argv[1]), 1) : 7;
+    int rounds = argc > 1 ? std::max(std::atoi(argv[1]), 1) : 15;
     pinToOneProcessor();
     auto folder = std::filesystem::temp_directory_path();
     std::string ownPath = (folder / "bench_log_own.log").string();
@@ -96,8 +97,8 @@ int main(int argc, char **argv)
     size_t ownCharacters = 0;
     size_t otherCharacters = 0;
     for (int round = 0; round < rounds; ++round) {
-        own.push_back(ownLines(ownPath, &ownCharacters).wall);
-        other.push_back(otherLines(otherPath, &otherCharacters).wall);
+        own.push_back(ownLines(ownPath, &ownCharacters).cpu);
+        other.push_back(otherLines(otherPath, &otherCharacters).cpu);
         suppressed.push_back(suppressedLine());
     }
     double ratio = median(own) / median(other);

@@ -56,6 +56,9 @@ struct LocalTime {
 // The local wall-clock time.
 LocalTime platformLocalTime();
 
+// Milliseconds since the epoch, without the cost of a calendar.
+int64_t platformWallClockMs();
+
 // The same moment as seconds since the epoch; the C library decides daylight saving. -1 when the
 // time cannot be represented.
 int64_t platformLocalToEpoch(const LocalTime &local);
@@ -75,6 +78,10 @@ int32_t platformMakeDirectory(const char *path);
 
 // fopen with a UTF-8 path.
 std::FILE *platformOpenFile(const char *path, const char *mode);
+
+// Writes to a stream without a buffer, past the C library: one system call. Returns the bytes that
+// were written.
+size_t platformWriteThrough(std::FILE *stream, const void *data, size_t bytes);
 
 // Whether the stream shows on a terminal.
 bool platformIsTerminal(std::FILE *stream);

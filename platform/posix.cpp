@@ -150,6 +150,13 @@ LocalTime platformLocalTime()
             static_cast<int32_t>(now.tv_nsec / 1000000)};
 }
 
+int64_t platformWallClockMs()
+{
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    return static_cast<int64_t>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
+}
+
 int64_t platformLocalToEpoch(const LocalTime &local)
 {
     tm parts{};
@@ -226,6 +233,15 @@ void platformRestoreErrors(int32_t muted)
     std::fflush(stderr);
     dup2(muted, fileno(stderr));
     close(muted);
+}
+
+size_t platformWriteThrough(std::FILE *stream, const void *data, size_t bytes)
+{
+    ssize_t written = 0;
+    do {
+        written = write(fileno(stream), data, bytes);
+    } while (written < 0 && errno == EINTR);
+    return written < 0 ? 0 : static_cast<size_t>(written);
 }
 
 void *platformLibraryOpen(const char *path)

@@ -108,6 +108,16 @@ LocalTime platformLocalTime()
             now.wMinute, now.wSecond, now.wMilliseconds};
 }
 
+int64_t platformWallClockMs()
+{
+    // Counted in units of 100 ns from the year 1601.
+    constexpr int64_t kEpochMs = 11644473600000;
+    FILETIME now;
+    GetSystemTimeAsFileTime(&now);
+    uint64_t units = static_cast<uint64_t>(now.dwHighDateTime) << 32 | now.dwLowDateTime;
+    return static_cast<int64_t>(units / 10000) - kEpochMs;
+}
+
 int64_t platformLocalToEpoch(const LocalTime &local)
 {
     tm parts{};
@@ -186,6 +196,12 @@ void platformRestoreErrors(int32_t muted)
     std::fflush(stderr);
     _dup2(muted, _fileno(stderr));
     _close(muted);
+}
+
+size_t platformWriteThrough(std::FILE *stream, const void *data, size_t bytes)
+{
+    int written = _write(_fileno(stream), data, static_cast<unsigned>(bytes));
+    return written < 0 ? 0 : static_cast<size_t>(written);
 }
 
 void *platformLibraryOpen(const char *path)

@@ -1,8 +1,10 @@
 #include "tools/line_log.h"
 
+#include "tools/line_text.h"
+
 #include <algorithm>
-#include <charconv>
 #include <cstring>
+#include <iterator>
 #include <new>
 
 namespace vantel
@@ -37,23 +39,6 @@ int32_t daysInMonth(int32_t year, int32_t month)
     return month == 2 && isLeapYear(year) ? 29 : kDays[month - 1];
 }
 
-// Appends a number of at least `width` digits, padded with `pad`, as printf does.
-char *appendNumber(char *out, int64_t value, int width, char pad)
-{
-    char digits[24];
-    char *end = std::to_chars(digits, digits + sizeof digits, value).ptr;
-    for (auto missing = width - (end - digits); missing > 0; --missing)
-        *out++ = pad;
-    return std::copy(digits, end, out);
-}
-
-char *appendText(char *out, const char *end, const char *text)
-{
-    size_t bytes = std::min(std::strlen(text), static_cast<size_t>(end - out));
-    std::memcpy(out, text, bytes);
-    return out + bytes;
-}
-
 // Standard output when the kept path cannot be opened.
 void openStream(LineLog *log, const char *mode)
 {
@@ -61,9 +46,12 @@ void openStream(LineLog *log, const char *mode)
     log->position = 0;
     if (!log->stream) {
         log->stream = stdout;
-    } else if (std::fseek(log->stream, 0, SEEK_END) == 0) {
-        log->position = std::max(std::ftell(log->stream), 0L);
+        return;
     }
+    // Every line is written at once anyway, so a buffer would only be one more copy.
+    std::setvbuf(log->stream, nullptr, _IONBF, 0);
+    if (std::fseek(log->stream, 0, SEEK_END) == 0)
+        log->position = std::max(std::ftell(log->stream), 0L);
 }
 
 // Starts the file afresh once it has reached its limit.
@@ -79,40 +67,58 @@ void rollOver(LineLog *log)
     log->position += std::max(written, 0);
 }
 
-// The date text changes once a second; converting it costs more than the rest of the line.
-void refreshDate(LineLog *log, const LocalTime &now)
+// "[pid:tid]date" is made anew when the second or the thread has changed; converting the date costs
+// more than the rest of the line. Returns the milliseconds that belong behind it.
+int refreshHead(LineLog *log)
 {
-    int64_t second =
-        ((((now.year * 12LL + now.month) * 31 + now.day) * 24 + now.hour) * 60 + now.minute) * 60 +
-        now.second;
-    if (second == log->dateSecond) return;
-    log->dateSecond = second;
-    formatLogDate(now, log->date, sizeof log->date);
+    int64_t nowMs = platformWallClockMs();
+    uint32_t thread = platformThreadId();
+    // A second may pass while the date is made; the text is kept for the second that it shows.
+    while (nowMs / 1000 != log->headSecond || thread != log->headThread) {
+        if (nowMs / 1000 != log->headSecond)
+            formatLogDate(platformLocalTime(), log->date, sizeof log->date);
+        log->headSecond = nowMs / 1000;
+        log->headThread = thread;
+        int written = std::snprintf(log->head, sizeof log->head, "[%05u:%05u]%s",
+                                    platformProcessId(), thread, log->date);
+        log->headBytes = static_cast<size_t>(written);
+        nowMs = platformWallClockMs();
+    }
+    return static_cast<int>(nowMs % 1000);
+}
+
+void writeLine(LineLog *log, const char *text, size_t bytes)
+{
+    if (log->stream == stdout) {
+        std::fwrite(text, 1, bytes, stdout);
+        std::fflush(stdout);
+    } else {
+        log->position += static_cast<int64_t>(platformWriteThrough(log->stream, text, bytes));
+    }
 }
 
 // "[pid:tid]date.millis [L] file#line#"
 char *appendPrefix(LineLog *log, char *out, const char *end, int32_t level, const char *file,
                    int32_t line)
 {
-    LocalTime now = platformLocalTime();
-    refreshDate(log, now);
-    *out++ = '[';
-    out = appendNumber(out, platformProcessId(), 5, '0');
-    *out++ = ':';
-    out = appendNumber(out, platformThreadId(), 5, '0');
-    *out++ = ']';
-    out = appendText(out, end, log->date);
-    *out++ = '.';
-    out = appendNumber(out, now.millisecond, 3, '0');
-    *out++ = ' ';
-    *out++ = '[';
-    *out++ = level >= 0 && level <= 6 ? kLevelLetters[level] : '-';
-    *out++ = ']';
-    *out++ = ' ';
+    int milliseconds = refreshHead(log);
+    // All of it, since a copy of constant size needs no call; what is behind is written over.
+    std::memcpy(out, log->head, sizeof log->head);
+    out += log->headBytes;
+    const char tail[] = {'.',
+                         static_cast<char>('0' + milliseconds / 100),
+                         static_cast<char>('0' + milliseconds / 10 % 10),
+                         static_cast<char>('0' + milliseconds % 10),
+                         ' ',
+                         '[',
+                         level >= 0 && level <= 6 ? kLevelLetters[level] : '-',
+                         ']',
+                         ' '};
+    out = std::copy(std::begin(tail), std::end(tail), out);
     // Room for the line number behind a path of any length.
     out = appendText(out, end - 16, file);
     *out++ = '#';
-    out = appendNumber(out, line, 4, ' ');
+    out = appendAligned(out, line);
     *out++ = '#';
     return out;
 }
@@ -180,15 +186,11 @@ void lineLogPrintV(LineLog *log, int32_t level, const char *file, int32_t line, 
     char *begin = log->line.get();
     char *end = begin + kTextBytes;
     char *out = appendPrefix(log, begin, end, level, file, line);
-    // vsnprintf counts the terminator; the byte behind kTextBytes takes it.
-    int wanted = std::vsnprintf(out, static_cast<size_t>(end - out) + 1, format, arguments);
-    out += std::clamp<ptrdiff_t>(wanted, 0, end - out);
+    out = appendFormat(out, end, format, arguments);
     if (out[-1] != '\n') *out++ = '\n';
     *out = '\0';
     rollOver(log);
-    size_t bytes = static_cast<size_t>(out - begin);
-    log->position += static_cast<int64_t>(std::fwrite(begin, 1, bytes, log->stream));
-    std::fflush(log->stream);
+    writeLine(log, begin, static_cast<size_t>(out - begin));
 }
 
 void lineLogPrint(LineLog *log, int32_t level, const char *file, int32_t line, const char *format,

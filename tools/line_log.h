@@ -39,8 +39,12 @@ struct LineLog {
     std::string path;
     float sizeLimitBytes = 20971520.0F; // 0 or less: no limit
     int64_t position = 0;               // of the stream, when it is a file
-    int64_t dateSecond = -1;            // the second whose date text is kept below
+    // How the last line began, up to the second, kept for the next.
+    int64_t headSecond = -1;
+    uint32_t headThread = 0;
+    size_t headBytes = 0;
     char date[32] = {};
+    char head[64] = {};
 };
 
 constexpr int32_t kLogLineBytes = 4096;
