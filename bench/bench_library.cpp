@@ -153,11 +153,13 @@ public:
     {
         {
             std::lock_guard locked{mutex_};
-            isSilent_ = false;
+            status_.clear();
             isSpeechOver_ = false;
             hasReply_ = false;
         }
         vantelStartDialog(handle_);
+        // Audio that comes before the detector runs is not heard.
+        if (!waitFor("listening")) return false;
         auto due = Clock::now();
         for (size_t at = 0; at < audio.size() && !isSpeechOver(); at += kChunkBytes) {
             size_t bytes = std::min<size_t>(kChunkBytes, audio.size() - at);
@@ -165,13 +167,20 @@ public:
             due += std::chrono::milliseconds(20);
             if (paced) std::this_thread::sleep_until(due);
         }
-        std::unique_lock locked{mutex_};
-        bool over = changed_.wait_for(locked, std::chrono::seconds(30), [&] { return isSilent_; });
+        bool over = waitFor("silence");
+        std::lock_guard locked{mutex_};
         if (replyMs) *replyMs = milliseconds(replied_ - speechOver_);
         return over && hasReply_;
     }
 
 private:
+    bool waitFor(const std::string &status)
+    {
+        std::unique_lock locked{mutex_};
+        return changed_.wait_for(locked, std::chrono::seconds(30),
+                                 [&] { return status_ == status; });
+    }
+
     bool isSpeechOver()
     {
         std::lock_guard locked{mutex_};
@@ -192,8 +201,10 @@ private:
             whole->hasReply_ = true;
             whole->replied_ = Clock::now();
         }
-        if (event == VANTEL_EVENT_STATUS && text.find("silence") != std::string::npos) {
-            whole->isSilent_ = true;
+        if (event == VANTEL_EVENT_STATUS) {
+            vantel::Json status = vantel::jsonParse(text.c_str());
+            const char *name = vantel::jsonString(status.get(), "status");
+            whole->status_ = name ? name : "";
             whole->changed_.notify_all();
         }
         return nullptr;
@@ -201,7 +212,7 @@ private:
 
     std::mutex mutex_;
     std::condition_variable changed_;
-    bool isSilent_ = true;
+    std::string status_;
     bool isSpeechOver_ = false;
     bool hasReply_ = false;
     Clock::time_point speechOver_;
@@ -232,7 +243,7 @@ bool compareProcessorTime(const std::vector<char> &audio, const std::string &ngr
             bare.turn(audio);
         double middle = processorMs();
         for (int i = 0; i < kTurnsARound; ++i)
-            whole.turn(audio, false, nullptr);
+            if (!whole.turn(audio, false, nullptr)) return fail("a turn brought no reply");
         double end = processorMs();
         bareMs.push_back((middle - begin) / kTurnsARound);
         ratios.push_back((end - middle) / (middle - begin));
