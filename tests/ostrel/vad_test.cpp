@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <memory>
+#include <ostream>
 #include <thread>
 
 using recordings::Detector;
@@ -31,6 +32,11 @@ struct Engine {
     const char *configuration;
     bool built; // whether this build has it
 };
+
+void PrintTo(const Engine &engine, std::ostream *out)
+{
+    *out << engine.configuration;
+}
 
 const Engine kSilero = {R"({"engine":"silero"})", HAS_SILERO};
 const Engine kWebrtc = {R"({"engine":"webrtc"})", HAS_WEBRTC};
