@@ -284,10 +284,20 @@ void measureInstances(const std::vector<char> &audio, const std::string &ngram, 
     for (const auto &instance : instances)
         instance->turn(audio, false, nullptr);
     double furtherMb = (residentMb() - firstMb) / kFurtherInstances;
+    instances.clear();
+    std::vector<std::unique_ptr<Bare>> engines;
+    double beforeMb = residentMb();
+    for (int i = 0; i < kFurtherInstances; ++i) {
+        engines.push_back(std::make_unique<Bare>(ngram));
+        engines.back()->turn(audio);
+    }
+    double engineMb = (residentMb() - beforeMb) / kFurtherInstances;
     std::printf("set-up, ms                   library and first instance %.0f, each further %.0f\n",
                 firstMs, furtherMs);
-    std::printf("memory after a turn, MB      library and first instance %.0f, each further %.1f\n",
-                firstMb - startMb, furtherMb);
+    std::printf(
+        "memory after a turn, MB      library and first instance %.0f, each further %.1f, of "
+        "which engine %.1f\n",
+        firstMb - startMb, furtherMb, engineMb);
 }
 
 } // namespace
