@@ -10,6 +10,7 @@ build_packages=(
     npm:npm
 )
 run_packages=(pocketsphinx-testdata)
+bench_packages=(libzmq3-dev cppzmq-dev libspdlog-dev)
 test_packages=(libgtest-dev libgmock-dev pocketsphinx-testdata)
 windows_packages=(
     g++-mingw-w64-x86-64-posix cmake:cmake ninja:ninja-build pkg-config:pkg-config
