@@ -144,30 +144,38 @@ double callP50(int calls)
     return median(times);
 }
 
-double timerLateP50(int timers)
+double timerErrorP50(int timers)
 {
-    struct Late {
-        std::vector<double> values;
-        int64_t due;
-        std::binary_semaphore expired{0};
-    } late;
-    Bus bus;
-    Node node{bus, "node"};
-    node.run();
-    auto onTimer = [](void *user, void *, int32_t) {
-        Late *state = static_cast<Late *>(user);
-        state->values.push_back(static_cast<double>(nowNs() - state->due));
-        state->expired.release();
+    struct State {
+        std::vector<int64_t> due; // by tag
+        std::vector<double> errors;
+    } state;
+    auto onTimer = [](void *user, void *, int32_t tag) {
+        State *timer = static_cast<State *>(user);
+        int64_t error = nowNs() - timer->due[static_cast<size_t>(tag)];
+        timer->errors.push_back(static_cast<double>(std::abs(error)));
     };
-    for (int i = 0; i < timers; ++i) {
-        for (int milliseconds : kTimerMs) {
-            sleepUntilNs(nowNs() + kUnevenNs * i);
-            late.due = nowNs() + milliseconds * 1000000LL;
-            quillon_timer_set(node.handle, onTimer, milliseconds, 1, &late);
-            late.expired.acquire();
+    static quillon_timer expired;
+    expired = onTimer;
+    auto onMessage = [](void *user, void *node, const char *, const void *, uint32_t) {
+        State *timer = static_cast<State *>(user);
+        int32_t tag = static_cast<int32_t>(timer->due.size());
+        int milliseconds = kTimerMs[tag % 2];
+        timer->due.push_back(nowNs() + milliseconds * 1000000LL);
+        return quillon_timer_set(node, expired, milliseconds, tag, user) > 0 ? 0 : -1;
+    };
+    {
+        Bus bus;
+        Node node{bus, "node", onMessage, answer, &state};
+        Node publisher{bus, "publisher"};
+        node.run();
+        for (int i = 0; i < timers; ++i) {
+            quillon_publish(publisher.handle, "topic", nullptr, 0);
+            sleepUntilNs(nowNs() + kTimerPaceNs);
         }
+        sleepUntilNs(nowNs() + 60000000);
     }
-    return median(late.values);
+    return median(state.errors);
 }
 
 double idleWakeUps()

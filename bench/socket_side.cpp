@@ -1,6 +1,7 @@
 #include "bench/sides.h"
 
 #include <atomic>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <memory>
@@ -150,40 +151,66 @@ double callP50(int calls)
     return median(times);
 }
 
-double timerLateP50(int timers)
+double timerErrorP50(int timers)
 {
-    std::vector<double> late;
-    int64_t due = 0;
-    zmq::context_t context;
-    zmq::socket_t socket{context, zmq::socket_type::pair};
-    socket.bind("inproc://silent");
-    struct State {
-        std::vector<double> *late;
-        int64_t *due;
-        bool hasExpired;
-    } state{&late, &due, false};
+    struct Timer {
+        int64_t due;
+        std::vector<double> *errors;
+        bool hasExpired; // these repeat, but only the first time counts
+    };
     auto onTimer = [](int, void *user) {
-        State *timer = static_cast<State *>(user);
-        timer->late->push_back(static_cast<double>(nowNs() - *timer->due));
+        Timer *timer = static_cast<Timer *>(user);
+        int64_t error = nowNs() - timer->due;
+        if (!timer->hasExpired) timer->errors->push_back(static_cast<double>(std::abs(error)));
         timer->hasExpired = true;
     };
-    void *all = zmq_timers_new();
-    for (int i = 0; i < timers; ++i) {
-        for (int milliseconds : kTimerMs) {
-            sleepUntilNs(nowNs() + kUnevenNs * i);
-            state.hasExpired = false;
-            due = nowNs() + milliseconds * 1000000LL;
-            int id = zmq_timers_add(all, static_cast<size_t>(milliseconds), onTimer, &state);
-            zmq_pollitem_t item{socket.handle(), 0, ZMQ_POLLIN, 0};
-            while (!state.hasExpired) {
-                zmq_poll(&item, 1, zmq_timers_timeout(all));
-                zmq_timers_execute(all);
+    std::vector<double> errors;
+    zmq::context_t context;
+    Publisher publisher{context};
+    std::atomic<bool> isReady{false};
+    std::thread loop{[&] {
+        zmq::socket_t socket{context, zmq::socket_type::sub};
+        socket.connect(kPublications);
+        socket.set(zmq::sockopt::subscribe, "");
+        std::vector<std::unique_ptr<Timer>> timersSet;
+        std::vector<int> ids;
+        void *all = zmq_timers_new();
+        zmq_pollitem_t item{socket.handle(), 0, ZMQ_POLLIN, 0};
+        zmq::message_t message;
+        for (char mark = kProbe; mark != kEnd;) {
+            zmq_poll(&item, 1, zmq_timers_timeout(all));
+            zmq_timers_execute(all);
+            for (size_t i = 0; i < ids.size(); ++i) {
+                if (!timersSet[i]->hasExpired || ids[i] == 0) continue;
+                zmq_timers_cancel(all, ids[i]);
+                ids[i] = 0;
             }
-            zmq_timers_cancel(all, id);
+            if (!(item.revents & ZMQ_POLLIN)) continue;
+            (void)socket.recv(message);
+            mark = *message.data<char>();
+            isReady = true;
+            if (mark != kData) continue;
+            int milliseconds = kTimerMs[ids.size() % 2];
+            timersSet.push_back(
+                std::make_unique<Timer>(Timer{nowNs() + milliseconds * 1000000LL, &errors, false}));
+            ids.push_back(zmq_timers_add(all, static_cast<size_t>(milliseconds), onTimer,
+                                         timersSet.back().get()));
         }
+        zmq_timers_destroy(&all);
+    }};
+    std::vector<char> payload(1);
+    while (!isReady) {
+        publisher.send(payload, kProbe);
+        sleepUntilNs(nowNs() + 1000000);
     }
-    zmq_timers_destroy(&all);
-    return median(late);
+    for (int i = 0; i < timers; ++i) {
+        publisher.send(payload, kData);
+        sleepUntilNs(nowNs() + kTimerPaceNs);
+    }
+    sleepUntilNs(nowNs() + 60000000);
+    publisher.send(payload, kEnd);
+    loop.join();
+    return median(errors);
 }
 
 } // namespace bench::socket_side

@@ -140,14 +140,15 @@ void noteLength(Node *node, uint32_t count)
              count);
 }
 
+// Timers come first: whoever moves the clock on and then calls the node finds them expired.
 void handleItems(Node *node, Item *item)
 {
-    while (item && !node->isStopped) {
-        Item *next = item->next;
+    for (Item *next; item; item = next) {
+        runDueTimers(node);
+        if (node->isStopped) break;
+        next = item->next;
         node->pace.isCalled = item->kind == ItemKind::call;
         handleItem(node, item);
-        item = next;
-        if (item) runDueTimers(node);
     }
     loopRelease(item);
 }
@@ -157,15 +158,15 @@ void handleItems(Node *node, Item *item)
 void loopRun(Node *node)
 {
     while (!node->isStopped) {
-        runDueTimers(node);
         uint32_t count = 0;
         Item *items = node->inbox.take(&count);
         if (node->pace.hasRested) judgeRest(&node->pace, count);
         if (items) {
             noteLength(node, count);
             handleItems(node, items);
-        } else if (!node->isStopped) {
-            rest(node);
+        } else {
+            runDueTimers(node);
+            if (!node->isStopped) rest(node);
         }
     }
 }

@@ -50,6 +50,38 @@ TEST_F(Stress, EachPublishersMessagesStayInOrder)
         EXPECT_EQ(numbers, std::vector<int>(kPublishers, kMessages - 1));
 }
 
+// A flood makes the subscriber's loop rest in other ways than asleep; from each of them a call, a
+// timer and the stop must wake it.
+TEST_F(Stress, AFloodDelaysNeitherCallsNorTimersNorTheStop)
+{
+    for (int round = 0; round < 20; ++round) {
+        int heard = 0;
+        std::atomic<int> expired{0};
+        Peer node{bus_, "node", R"(["t"])"};
+        Peer sender{bus_, "sender"};
+        node.message = [&](auto, auto) { ++heard; };
+        node.answer = [&](auto, auto) { return heapText(std::to_string(heard)); };
+        node.run();
+        for (int i = 1; i <= 3000; ++i) {
+            sender.publish("t", "x");
+            if (i % 1000 != 0) continue;
+            ASSERT_EQ(sender.call("/node/heard"), std::to_string(i));
+            auto onTimer = [](void *user, void *, int32_t) {
+                ++*static_cast<std::atomic<int> *>(user);
+            };
+            quillon_timer_set(node.node(), onTimer, 3600 * 1000, 1, &expired);
+        }
+        for (int i = 0; i < 500; ++i)
+            ASSERT_EQ(sender.call("/node/heard"), "3000");
+        quillon_clock_advance(bus_, 3600 * 1000);
+        sender.call("/node/barrier");
+        EXPECT_EQ(expired, 3);
+        for (int i = 0; i < 100 + round; ++i)
+            sender.publish("t", "x");
+        node.join();
+    }
+}
+
 // Nodes come, hear and go while others publish to them and call them.
 TEST_F(Stress, NodesMayBeDeletedWhileOthersPublishToThemAndCallThem)
 {

@@ -110,6 +110,7 @@ TEST_F(TimerTest, WakeASleepingNodeAndExpireByThemselves)
     EXPECT_TRUE(near.wait());
     quillon_clock_advance(bus_, kHour);
     EXPECT_TRUE(far.wait());
+    node_.join(); // before its callbacks' variables go
 }
 
 TEST_F(TimerTest, ANodeUnderSteadyLoadStillServesThem)
@@ -125,6 +126,7 @@ TEST_F(TimerTest, ANodeUnderSteadyLoadStillServesThem)
     set(1, 1);
     EXPECT_TRUE(expired.wait());
     isOver = true;
+    node_.join();
 }
 
 TEST_F(TimerTest, ImpossibleOnesAreRefused)
