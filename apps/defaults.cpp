@@ -25,7 +25,7 @@ Json defaultConfiguration()
 
 std::string demoGrammar(const std::string &language)
 {
-    return language == "en" ? kEnglishGrammar : "";
+    return language == "en" ? kEnglishGrammar : language == "zh" ? kChineseGrammar : "";
 }
 
 } // namespace vantel::app

@@ -47,7 +47,11 @@ std::unique_ptr<Recogniser> open(const char *configuration)
         recogniser->decoder = decoderOpen(options.acousticModel, *recogniser->grammar);
         if (!recogniser->decoder) return nullptr;
     }
-    if (options.ngram != NgramSource::none) recogniser->transcriber = transcriberOpen();
+    // The transcriber knows English only: on Chinese it would invent words.
+    const bool chinese = recogniser->grammar && isChinese(*recogniser->grammar);
+    if (options.ngram == NgramSource::transcriber ||
+        (options.ngram == NgramSource::whenPresent && !chinese))
+        recogniser->transcriber = transcriberOpen();
     if (options.ngram == NgramSource::transcriber && !recogniser->transcriber) return nullptr;
     if (!recogniser->grammar && !recogniser->transcriber) {
         ASR_LOG(kError, "  a recogniser with neither a grammar nor a transcriber\n");

@@ -37,6 +37,7 @@ struct Recogniser {
 // What a whole utterance came to.
 struct GrammarResult {
     std::vector<std::string> words;
+    std::string reading; // of the words as they were spoken; empty when nothing tells
     double confidence = 0;
 };
 

@@ -63,18 +63,13 @@ std::string joined(const std::vector<std::string> &words)
     return text;
 }
 
-// How the words are read, as far as the dictionaries say so; empty when they never do.
-std::string readingOf(const Grammar &grammar, const std::vector<std::string> &words)
+void addWord(const Grammar &grammar, const Segment &segment, GrammarResult *result)
 {
-    std::string text;
-    for (const std::string &word : words) {
-        for (size_t i = 0; i < grammar.tree.words.size(); ++i) {
-            const std::string &reading = grammar.pronunciations[i].reading;
-            if (grammar.tree.words[i].text != word || reading.empty()) continue;
-            text += (text.empty() ? "" : " ") + reading;
-        }
-    }
-    return text;
+    auto word = static_cast<size_t>(segment.word);
+    auto pronunciation = static_cast<size_t>(segment.pronunciation);
+    result->words.push_back(grammar.tree.words[word].text);
+    const std::string &reading = grammar.pronunciations[word].at(pronunciation).reading;
+    if (!reading.empty()) result->reading += (result->reading.empty() ? "" : " ") + reading;
 }
 
 void addMeaning(cJSON *object, const Grammar &grammar, const std::vector<std::string> &words)
@@ -103,10 +98,8 @@ bool recogniseGrammar(Recogniser *recogniser, GrammarResult *result)
                                 [](const Segment &segment) { return segment.word >= 0; });
     if (!hasWords) return true;
     if (!decoderPass(decoder, Search::phones, recogniser->audio, &phones)) return false;
-    for (const Segment &segment : words) {
-        auto index = static_cast<size_t>(segment.word);
-        if (segment.word >= 0) result->words.push_back(recogniser->grammar->tree.words[index].text);
-    }
+    for (const Segment &segment : words)
+        if (segment.word >= 0) addWord(*recogniser->grammar, segment, result);
     result->confidence = confidenceOf(recogniser->options.confidence, words, phones);
     return true;
 }
@@ -145,9 +138,8 @@ HeapText finalResult(const Recogniser &recogniser, const GrammarResult &grammar,
         cJSON_AddStringToObject(object, "rec", joined(grammar.words).c_str());
         cJSON_AddNumberToObject(object, "eof", 1);
         addConfidence(object, grammar.confidence);
-        std::string reading = readingOf(*recogniser.grammar, grammar.words);
-        if (recogniser.start.pinyin && !reading.empty())
-            cJSON_AddStringToObject(object, "pinyin", reading.c_str());
+        if (recogniser.start.pinyin && !grammar.reading.empty())
+            cJSON_AddStringToObject(object, "pinyin", grammar.reading.c_str());
         if (!grammar.words.empty()) addMeaning(object, *recogniser.grammar, grammar.words);
     }
     // An utterance always has a result, if an empty one.

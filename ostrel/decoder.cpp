@@ -5,6 +5,7 @@
 #include "ostrel/model_files.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <mutex>
 #include <pocketsphinx.h>
 #include <sphinxbase/cmn.h>
@@ -41,6 +42,12 @@ int32_t wordIndex(const char *decoderName)
     return std::atoi(decoderName + 1);
 }
 
+int32_t pronunciationIndex(const char *decoderName)
+{
+    const char *number = decoderName ? std::strchr(decoderName, '(') : nullptr;
+    return number ? std::atoi(number + 1) - 1 : 0;
+}
+
 // Runs the action unless the decoder has failed; a fault inside it fails the decoder.
 template <typename Action> bool tryOn(Decoder *decoder, Action &&action)
 {
@@ -59,7 +66,20 @@ cmd_ln_t *makeConfiguration(const char *acousticModel)
                        nullptr);
 }
 
-bool makeDecoder(Decoder *decoder, const std::string &acousticModel)
+// Chinese words over the model of another language fit badly everywhere, so that narrower beams
+// would lose the right ones; synthetic speech has silence without any noise, which would count for
+// more than the speech.
+void widen(cmd_ln_t *configuration)
+{
+    cmd_ln_set_float_r(configuration, "-wip", 0.65);
+    cmd_ln_set_float_r(configuration, "-beam", 1e-120);
+    cmd_ln_set_float_r(configuration, "-wbeam", 1e-80);
+    cmd_ln_set_float_r(configuration, "-pbeam", 1e-120);
+    cmd_ln_set_boolean_r(configuration, "-dither", TRUE);
+    cmd_ln_set_int_r(configuration, "-seed", 1); // the same result every time
+}
+
+bool makeDecoder(Decoder *decoder, const std::string &acousticModel, bool chinese)
 {
     // Reading the model is not known to be safe on two threads at once.
     static std::mutex loading;
@@ -67,6 +87,7 @@ bool makeDecoder(Decoder *decoder, const std::string &acousticModel)
     const char *folder = acousticModel.c_str();
     tryOn(decoder, [&] {
         cmd_ln_t *configuration = makeConfiguration(folder);
+        if (configuration && chinese) widen(configuration);
         decoder->ps = configuration ? ps_init(configuration) : nullptr;
         cmd_ln_free_r(configuration);
     });
@@ -82,16 +103,16 @@ bool makeDecoder(Decoder *decoder, const std::string &acousticModel)
 bool addWords(Decoder *decoder, const Grammar &grammar)
 {
     for (size_t i = 0; i < grammar.pronunciations.size(); ++i) {
-        const std::vector<std::string> &phones = grammar.pronunciations[i].phones;
-        for (size_t n = 0; n < phones.size(); ++n) {
+        const Pronunciations &all = grammar.pronunciations[i];
+        for (size_t n = 0; n < all.size(); ++n) {
             std::string name = decoderWord(i, n);
             int number = -1;
             tryOn(decoder, [&] {
-                number = ps_add_word(decoder->ps, name.c_str(), phones[n].c_str(), FALSE);
+                number = ps_add_word(decoder->ps, name.c_str(), all[n].phones.c_str(), FALSE);
             });
             if (number >= 0) continue;
             DECODER_LOG(kError, "  the acoustic model cannot speak \"%s\" as %s\n",
-                        grammar.tree.words[i].text.c_str(), phones[n].c_str());
+                        grammar.tree.words[i].text.c_str(), all[n].phones.c_str());
             return false;
         }
     }
@@ -175,7 +196,9 @@ std::vector<Segment> currentSegments(Decoder *decoder)
         int32 score = 0;
         ps_seg_frames(at, &first, &last);
         ps_seg_prob(at, &score, nullptr, nullptr);
-        segments.push_back({wordIndex(ps_seg_word(at)), first, last, static_cast<double>(score)});
+        const char *name = ps_seg_word(at);
+        segments.push_back(
+            {wordIndex(name), pronunciationIndex(name), first, last, static_cast<double>(score)});
         at = ps_seg_next(at);
     }
     return segments;
@@ -196,8 +219,8 @@ DecoderHandle decoderOpen(const std::string &acousticModel, const Grammar &gramm
     decoderMessagesToLog();
     if (!acousticModelUsable(acousticModel)) return nullptr;
     DecoderHandle decoder{new Decoder};
-    if (!makeDecoder(decoder.get(), acousticModel) || !addWords(decoder.get(), grammar) ||
-        !addSearches(decoder.get(), grammar))
+    if (!makeDecoder(decoder.get(), acousticModel, isChinese(grammar)) ||
+        !addWords(decoder.get(), grammar) || !addSearches(decoder.get(), grammar))
         return nullptr;
     return decoder;
 }

@@ -36,7 +36,8 @@ void decoderStreamEnd(Decoder *decoder);
 // A stretch of an utterance, in frames of 10 ms, and how well it fits (a logarithm, the greater the
 // better, in the decoder's unit).
 struct Segment {
-    int32_t word; // index into the grammar's words; -1 for silence, noise or a phone
+    int32_t word;          // index into the grammar's words; -1 for silence, noise or a phone
+    int32_t pronunciation; // index into those of the word
     int32_t firstFrame;
     int32_t lastFrame;
     double score;

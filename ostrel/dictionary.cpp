@@ -141,18 +141,19 @@ bool dictionaryLookUp(const Dictionary &dictionary, const std::string &word, Pro
     for (; at != dictionary.lines.end() && !isBefore(word, wordAt(dictionary, *at)); ++at) {
         std::string_view line = lineAt(dictionary, *at);
         takeField(&line);
-        std::string phones;
+        Pronunciation found;
         while (!line.empty() && line[0] != '#') {
-            phones += phones.empty() ? "" : " ";
-            phones += takeField(&line);
+            found.phones += found.phones.empty() ? "" : " ";
+            found.phones += takeField(&line);
         }
-        out->phones.push_back(phones);
-        if (line.empty() || !out->reading.empty()) continue;
-        line.remove_prefix(std::min(line.find_first_not_of(kBlanks, 1), line.size()));
-        size_t end = line.find_last_not_of(kBlanks);
-        out->reading = line.substr(0, end == std::string_view::npos ? 0 : end + 1);
+        if (!line.empty()) {
+            line.remove_prefix(std::min(line.find_first_not_of(kBlanks, 1), line.size()));
+            size_t end = line.find_last_not_of(kBlanks);
+            found.reading = line.substr(0, end == std::string_view::npos ? 0 : end + 1);
+        }
+        out->push_back(std::move(found));
     }
-    return !out->phones.empty();
+    return !out->empty();
 }
 
 bool dictionaryHasPhones(const Dictionary &dictionary, const std::string &phones,

@@ -15,10 +15,12 @@
 namespace vantel::ostrel
 {
 
-struct Pronunciations {
-    std::vector<std::string> phones; // best first; each "G OW"
-    std::string reading;             // "" when the dictionary has none
+struct Pronunciation {
+    std::string phones;  // "G OW"
+    std::string reading; // "" when nothing tells
 };
+
+using Pronunciations = std::vector<Pronunciation>; // best first
 
 struct Dictionary;
 

@@ -2,8 +2,10 @@
 
 #include "contracts/ostrel.h"
 #include "ostrel/library.h"
+#include "ostrel/mandarin.h"
 #include "ostrel/pronounce.h"
 
+#include <algorithm>
 #include <new>
 
 #define GRAMMAR_LOG(level, ...) ENGINE_LOG("ostrel/grammar", level, __VA_ARGS__)
@@ -72,6 +74,12 @@ int32_t build(const char *text)
 }
 
 } // namespace
+
+bool isChinese(const Grammar &grammar)
+{
+    return std::any_of(grammar.tree.words.begin(), grammar.tree.words.end(),
+                       [](const Word &word) { return hasChinese(word.text); });
+}
 
 int32_t grammarCompile(const cJSON *configuration, std::shared_ptr<const Grammar> *out)
 {

@@ -23,6 +23,9 @@ struct Grammar {
     std::vector<Pronunciations> pronunciations; // of the tree's words
 };
 
+// Whether a word has a Chinese character in it.
+bool isChinese(const Grammar &grammar);
+
 // The name under which a grammar is kept that has none.
 constexpr const char *kDefaultGrammarName = "default";
 

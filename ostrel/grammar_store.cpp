@@ -34,10 +34,11 @@ Json toJson(const Grammar &grammar)
         Json word{cJSON_CreateObject()};
         cJSON_AddStringToObject(word.get(), "word", grammar.tree.words[i].text.c_str());
         cJSON *phones = cJSON_AddArrayToObject(word.get(), "phones");
-        for (const std::string &each : known.phones)
-            cJSON_AddItemToArray(phones, cJSON_CreateString(each.c_str()));
-        if (!known.reading.empty())
-            cJSON_AddStringToObject(word.get(), "reading", known.reading.c_str());
+        cJSON *readings = cJSON_AddArrayToObject(word.get(), "readings");
+        for (const Pronunciation &each : known) {
+            cJSON_AddItemToArray(phones, cJSON_CreateString(each.phones.c_str()));
+            cJSON_AddItemToArray(readings, cJSON_CreateString(each.reading.c_str()));
+        }
         cJSON_AddItemToArray(words, word.release());
     }
     return root;
@@ -52,15 +53,17 @@ WordTable readWords(const cJSON *words)
     cJSON_ArrayForEach(item, words)
     {
         const char *text = jsonString(item, "word");
-        const char *reading = jsonString(item, "reading");
         if (!text) continue;
         Pronunciations known;
         const cJSON *phones = nullptr;
         cJSON_ArrayForEach(phones, jsonMember(item, "phones"))
         {
-            if (cJSON_IsString(phones)) known.phones.emplace_back(phones->valuestring);
+            const cJSON *reading =
+                cJSON_GetArrayItem(jsonMember(item, "readings"), static_cast<int>(known.size()));
+            if (!cJSON_IsString(phones)) continue;
+            known.push_back(
+                {phones->valuestring, cJSON_IsString(reading) ? reading->valuestring : ""});
         }
-        if (reading) known.reading = reading;
         table[text] = std::move(known);
     }
     return table;
@@ -78,7 +81,7 @@ bool fromJson(const cJSON *root, Grammar *grammar)
     WordTable table = readWords(jsonMember(root, "words"));
     for (const Word &word : grammar->tree.words) {
         Pronunciations known = table[word.text];
-        if (known.phones.empty()) return false;
+        if (known.empty()) return false;
         grammar->pronunciations.push_back(std::move(known));
     }
     return true;

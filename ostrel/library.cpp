@@ -2,6 +2,7 @@
 
 #include "contracts/ostrel.h"
 #include "ostrel/grammar.h"
+#include "ostrel/mandarin.h"
 #include "ostrel/transcriber.h"
 #include "ostrel/vad_detector.h"
 
@@ -26,7 +27,7 @@ constexpr int32_t (*kLoadSteps[])() = {vadModelsLoad};
 
 // What is shared by handles and goes with the library.
 constexpr void (*kReleaseSteps[])() = {vadModelsRelease, transcriberRelease, grammarsRelease,
-                                       dictionariesRelease};
+                                       dictionariesRelease, readingsRelease};
 
 // Without a log file only errors are told, on standard output, unless the log is asked for.
 void openLog(const cJSON *configuration)

@@ -8,15 +8,16 @@ build_packages=(
     flite1-dev
     libsndfile1-dev libsamplerate0-dev portaudio19-dev libcli11-dev
     npm:npm
+    unicode-data bzip2:bzip2
 )
 run_packages=(pocketsphinx-testdata)
 bench_packages=(libzmq3-dev cppzmq-dev libspdlog-dev)
-test_packages=(libgtest-dev libgmock-dev pocketsphinx-testdata)
+test_packages=(libgtest-dev libgmock-dev pocketsphinx-testdata espeak-ng)
 windows_packages=(
     g++-mingw-w64-x86-64-posix cmake:cmake ninja:ninja-build pkg-config:pkg-config
     wine wine64
     dpkg-dev googletest libcli11-dev
-    pocketsphinx-en-us pocketsphinx-testdata
+    pocketsphinx-en-us pocketsphinx-testdata unicode-data bzip2:bzip2
     npm:npm
 )
 # Fetched as source packages by scripts/fetch-sources.
