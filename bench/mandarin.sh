@@ -86,4 +86,12 @@ make_list() { # set
 mkdir -p "$folder"
 for set in synthetic syllables3 syllables5; do
     make_list "$set" >"$folder/$set.tsv"
+    # English, without the header of the files.
+    for file in "$english"/*.wav; do
+        copy=$folder/$(basename "$file").raw
+        tail -c +45 "$file" >"$copy"
+        printf 'other\t%s\t\n' "$copy" >>"$folder/$set.tsv"
+    done
+    printf '\n%s:\n\n' "$set"
+    "$build/bin/accuracy" "$@" "$folder/$set.tsv"
 done

@@ -86,6 +86,22 @@ void addMeaning(cJSON *object, const Grammar &grammar, const std::vector<std::st
     cJSON_AddItemToObject(post, "sem", meaning.sem.release());
 }
 
+// Puts silence around the utterance and weak noise under all of it, the same every time. Words that
+// are cut close, or whose silence is none at all, as in synthetic speech, fit badly without.
+void addNoiseFloor(std::vector<int16_t> *audio)
+{
+    constexpr uint32_t kPeak = 10;
+    constexpr size_t kMargin = 4000; // a quarter of a second
+    audio->insert(audio->begin(), kMargin, 0);
+    audio->resize(audio->size() + kMargin);
+    uint32_t state = 1;
+    for (int16_t &sample : *audio) {
+        state = state * 1664525U + 1013904223U;
+        auto noise = static_cast<int32_t>((state >> 16) % (2 * kPeak + 1)) - int32_t{kPeak};
+        sample = static_cast<int16_t>(std::clamp(sample + noise, -32768, 32767));
+    }
+}
+
 } // namespace
 
 bool recogniseGrammar(Recogniser *recogniser, GrammarResult *result)
@@ -93,6 +109,7 @@ bool recogniseGrammar(Recogniser *recogniser, GrammarResult *result)
     std::vector<Segment> words;
     std::vector<Segment> phones;
     Decoder *decoder = recogniser->decoder.get();
+    if (isChinese(*recogniser->grammar)) addNoiseFloor(&recogniser->audio);
     if (!decoderPass(decoder, Search::grammar, recogniser->audio, &words)) return false;
     bool hasWords = std::any_of(words.begin(), words.end(),
                                 [](const Segment &segment) { return segment.word >= 0; });

@@ -67,16 +67,13 @@ cmd_ln_t *makeConfiguration(const char *acousticModel)
 }
 
 // Chinese words over the model of another language fit badly everywhere, so that narrower beams
-// would lose the right ones; synthetic speech has silence without any noise, which would count for
-// more than the speech.
+// would lose the right ones.
 void widen(cmd_ln_t *configuration)
 {
     cmd_ln_set_float_r(configuration, "-wip", 0.65);
     cmd_ln_set_float_r(configuration, "-beam", 1e-120);
     cmd_ln_set_float_r(configuration, "-wbeam", 1e-80);
     cmd_ln_set_float_r(configuration, "-pbeam", 1e-120);
-    cmd_ln_set_boolean_r(configuration, "-dither", TRUE);
-    cmd_ln_set_int_r(configuration, "-seed", 1); // the same result every time
 }
 
 bool makeDecoder(Decoder *decoder, const std::string &acousticModel, bool chinese)
