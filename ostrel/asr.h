@@ -38,6 +38,8 @@ struct Recogniser {
 struct GrammarResult {
     std::vector<std::string> words;
     std::string reading; // of the words as they were spoken; empty when nothing tells
+    double fitAll = 0; // A and W of the confidence scale
+    double fitWords = 0;
     double confidence = 0;
 };
 

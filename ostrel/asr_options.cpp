@@ -104,6 +104,7 @@ bool readAsrOptions(const char *configuration, AsrOptions *options)
     options->confidence.all = numberOr(scale, "all", options->confidence.all);
     options->confidence.words = numberOr(scale, "words", options->confidence.words);
     options->confidence.offset = numberOr(scale, "offset", options->confidence.offset);
+    options->showFit = cJSON_IsTrue(jsonMember(root.get(), "showFit"));
     return readNgram(root.get(), &options->ngram);
 }
 

@@ -32,6 +32,7 @@ struct AsrOptions {
     bool partials = true;
     int32_t limitMs = 60000; // of one utterance
     ConfidenceScale confidence;
+    bool showFit = false; // the final result tells A and W, for who finds the scale of a new model
 };
 
 // False, with the reason in the engine's log, when the text is no JSON object or "ngram" is none of

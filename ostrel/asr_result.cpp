@@ -25,8 +25,9 @@ double scoreBetween(const std::vector<Segment> &segments, int32_t first, int32_t
     return sum;
 }
 
-double confidenceOf(const ConfidenceScale &scale, const std::vector<Segment> &words,
-                    const std::vector<Segment> &phones)
+// How much better the grammar fits than phones in any order.
+void rateFit(const ConfidenceScale &scale, const std::vector<Segment> &words,
+             const std::vector<Segment> &phones, GrammarResult *result)
 {
     double allScore = 0;
     double wordScore = 0;
@@ -42,11 +43,11 @@ double confidenceOf(const ConfidenceScale &scale, const std::vector<Segment> &wo
         wordScore += score;
         wordFrames += frames;
     }
-    if (wordFrames == 0) return 0;
-    double x = scale.all * allScore / allFrames + scale.words * wordScore / wordFrames;
-    RESULT_LOG(kDebug, "  fit of all frames %.2f, of the words %.2f\n", allScore / allFrames,
-               wordScore / wordFrames);
-    return 1 / (1 + std::exp(-(x + scale.offset)));
+    if (wordFrames == 0) return;
+    result->fitAll = allScore / allFrames;
+    result->fitWords = wordScore / wordFrames;
+    double x = scale.all * result->fitAll + scale.words * result->fitWords + scale.offset;
+    result->confidence = 1 / (1 + std::exp(-x));
 }
 
 // Four digits say all that is known.
@@ -117,7 +118,7 @@ bool recogniseGrammar(Recogniser *recogniser, GrammarResult *result)
     if (!decoderPass(decoder, Search::phones, recogniser->audio, &phones)) return false;
     for (const Segment &segment : words)
         if (segment.word >= 0) addWord(*recogniser->grammar, segment, result);
-    result->confidence = confidenceOf(recogniser->options.confidence, words, phones);
+    rateFit(recogniser->options.confidence, words, phones, result);
     return true;
 }
 
@@ -157,6 +158,11 @@ HeapText finalResult(const Recogniser &recogniser, const GrammarResult &grammar,
         addConfidence(object, grammar.confidence);
         if (recogniser.start.pinyin && !grammar.reading.empty())
             cJSON_AddStringToObject(object, "pinyin", grammar.reading.c_str());
+        if (recogniser.options.showFit) {
+            cJSON *fit = cJSON_AddObjectToObject(object, "fit");
+            cJSON_AddNumberToObject(fit, "all", grammar.fitAll);
+            cJSON_AddNumberToObject(fit, "words", grammar.fitWords);
+        }
         if (!grammar.words.empty()) addMeaning(object, *recogniser.grammar, grammar.words);
     }
     // An utterance always has a result, if an empty one.

@@ -55,15 +55,16 @@ template <typename Action> bool tryOn(Decoder *decoder, Action &&action)
     return !decoder->failed;
 }
 
-// Beams are wide and word insertion is cheap, because short commands in noise need it; the silence
-// that the detector leaves belongs to the utterance. With all states scored in every search, the
-// scores of two searches can be compared.
+// Beams are wide and word insertion is cheap, because short commands in noise need it; a grammar
+// says nothing of how likely its words are, so it weighs no more than the sound; the silence that
+// the detector leaves belongs to the utterance. With all states scored in every search, the scores
+// of two searches can be compared.
 cmd_ln_t *makeConfiguration(const char *acousticModel)
 {
     return cmd_ln_init(nullptr, ps_args(), TRUE, "-hmm", acousticModel, "-remove_silence", "no",
                        "-remove_noise", "yes", "-wip", "1e-4", "-beam", "1e-80", "-wbeam", "1e-60",
-                       "-pbeam", "1e-80", "-topn", "2", "-compallsen", "yes", "-allphone_ci", "yes",
-                       nullptr);
+                       "-pbeam", "1e-80", "-lw", "1", "-topn", "4", "-compallsen", "yes",
+                       "-allphone_ci", "yes", nullptr);
 }
 
 // Chinese words over the model of another language fit badly everywhere, so that narrower beams

@@ -1,6 +1,7 @@
 #include "ostrel/jsgf.h"
 
 #include <algorithm>
+#include <numeric>
 
 namespace vantel::ostrel
 {
@@ -12,6 +13,22 @@ constexpr size_t kMaxReported = 20;
 const Node &nodeAt(const RuleTree &tree, int32_t index)
 {
     return tree.nodes[static_cast<size_t>(index)];
+}
+
+bool isBefore(Place a, Place b)
+{
+    return a.line != b.line ? a.line < b.line : a.column < b.column;
+}
+
+std::vector<int32_t> inTextOrder(const RuleTree &tree)
+{
+    std::vector<int32_t> indices(tree.rules.size());
+    std::iota(indices.begin(), indices.end(), 0);
+    std::sort(indices.begin(), indices.end(), [&](int32_t a, int32_t b) {
+        return isBefore(tree.rules[static_cast<size_t>(a)].place,
+                        tree.rules[static_cast<size_t>(b)].place);
+    });
+    return indices;
 }
 
 // Whether the node can match no words at all, as far as `nullableRules` knows. Recursion is as deep
@@ -121,13 +138,13 @@ void checkLeftRecursion(const RuleTree &tree, Diagnostics *diagnostics)
     for (size_t i = 0; i < tree.rules.size(); ++i)
         addLeftEdges(tree, tree.rules[i].body, nullable, &edges[i]);
     keepCycles(&edges);
-    for (size_t i = 0; i < edges.size() && diagnostics->size() < kMaxReported; ++i) {
-        auto self = static_cast<int32_t>(i);
-        for (const Edge &edge : edges[i]) {
+    for (int32_t self : inTextOrder(tree)) {
+        for (const Edge &edge : edges[static_cast<size_t>(self)]) {
             if (!reaches(edges, edge.to, self)) continue;
             diagnostics->push_back(
                 {edge.place,
-                 "<" + tree.rules[i].name + "> refers to itself before any word" +
+                 "<" + tree.rules[static_cast<size_t>(self)].name +
+                     "> refers to itself before any word" +
                      (edge.to == self
                           ? std::string{}
                           : " by way of <" + tree.rules[static_cast<size_t>(edge.to)].name + ">")});
@@ -147,11 +164,6 @@ void checkTagReferences(const RuleTree &tree, Diagnostics *diagnostics)
                 diagnostics->push_back({node.place, "$" + name + " in this tag names no rule"});
         }
     }
-}
-
-bool isBefore(Place a, Place b)
-{
-    return a.line != b.line ? a.line < b.line : a.column < b.column;
 }
 
 } // namespace
@@ -177,13 +189,9 @@ void checkRules(const RuleTree &tree, Diagnostics *diagnostics)
 
 std::vector<int32_t> publicRules(const RuleTree &tree)
 {
-    std::vector<int32_t> indices;
-    for (size_t i = 0; i < tree.rules.size(); ++i)
-        if (tree.rules[i].isPublic) indices.push_back(static_cast<int32_t>(i));
-    std::sort(indices.begin(), indices.end(), [&](int32_t a, int32_t b) {
-        return isBefore(tree.rules[static_cast<size_t>(a)].place,
-                        tree.rules[static_cast<size_t>(b)].place);
-    });
+    std::vector<int32_t> indices = inTextOrder(tree);
+    std::erase_if(indices,
+                  [&](int32_t index) { return !tree.rules[static_cast<size_t>(index)].isPublic; });
     return indices;
 }
 

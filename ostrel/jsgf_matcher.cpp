@@ -1,6 +1,7 @@
 #include "ostrel/jsgf_matcher.h"
 
 #include <algorithm>
+#include <bitset>
 #include <unordered_map>
 
 namespace vantel::ostrel
@@ -8,12 +9,12 @@ namespace vantel::ostrel
 namespace
 {
 
-constexpr int64_t kMaxSteps = 1'000'000;
-constexpr int32_t kMaxDepth = 1000; // nodes inside each other; some hundred kilobytes of stack
-constexpr size_t kMaxWords = 1000;
+constexpr int64_t kMaxSteps = 1'000'000; // each looks at no more than kMaxWords positions
+constexpr int32_t kMaxDepth = 1000;      // nodes inside each other; some hundred kilobytes of stack
+constexpr size_t kMaxWords = 400;
 
-// Sorted positions between words.
-using Ends = std::vector<int32_t>;
+// A set of positions between words.
+using Ends = std::bitset<kMaxWords + 1>;
 
 struct Matcher {
     const RuleTree *tree;
@@ -31,34 +32,36 @@ const Node &nodeAt(const Matcher &matcher, int32_t index)
     return matcher.tree->nodes[static_cast<size_t>(index)];
 }
 
-void addEnds(Ends *ends, const Ends &more)
+Ends only(int32_t position)
 {
-    Ends both;
-    both.reserve(ends->size() + more.size());
-    std::set_union(ends->begin(), ends->end(), more.begin(), more.end(), std::back_inserter(both));
-    *ends = std::move(both);
+    return Ends{}.set(static_cast<size_t>(position));
 }
 
 bool contains(const Ends &ends, int32_t end)
 {
-    return std::binary_search(ends.begin(), ends.end(), end);
+    return ends.test(static_cast<size_t>(end));
 }
 
 Ends endsOf(Matcher *matcher, int32_t index, int32_t from);
+
+// Where the child can end when it begins at any of `starts`.
+Ends endsFrom(Matcher *matcher, int32_t child, const Ends &starts)
+{
+    Ends ends;
+    for (size_t start = starts._Find_first(); start < starts.size();
+         start = starts._Find_next(start))
+        ends |= endsOf(matcher, child, static_cast<int32_t>(start));
+    return ends;
+}
 
 // Where `child` repeated from any of `starts` can end, the starts included.
 Ends repeatedEnds(Matcher *matcher, int32_t child, const Ends &starts)
 {
     Ends reached = starts;
-    std::vector<int32_t> open = starts;
-    while (!open.empty()) {
-        int32_t from = open.back();
-        open.pop_back();
-        for (int32_t end : endsOf(matcher, child, from)) {
-            if (contains(reached, end)) continue;
-            addEnds(&reached, {end});
-            open.push_back(end);
-        }
+    Ends open = starts;
+    while (open.any() && !matcher->givenUp) {
+        open = endsFrom(matcher, child, open) & ~reached;
+        reached |= open;
     }
     return reached;
 }
@@ -69,35 +72,29 @@ Ends childrenEnds(Matcher *matcher, const Node &node, int32_t from)
     switch (node.kind) {
     case NodeKind::nothing:
     case NodeKind::tag:
-        return {from};
+        return only(from);
     case NodeKind::never:
         return {};
     case NodeKind::word:
         if (static_cast<size_t>(from) < matcher->words.size() &&
             matcher->words[static_cast<size_t>(from)] == node.index)
-            return {from + 1};
+            return only(from + 1);
         return {};
     case NodeKind::rule:
         return endsOf(matcher, matcher->tree->rules[static_cast<size_t>(node.index)].body, from);
     case NodeKind::sequence:
-        ends = {from};
-        for (int32_t child : node.children) {
-            Ends next;
-            for (int32_t start : ends)
-                addEnds(&next, endsOf(matcher, child, start));
-            ends = std::move(next);
-        }
+        ends = only(from);
+        for (int32_t child : node.children)
+            ends = endsFrom(matcher, child, ends);
         return ends;
     case NodeKind::choice:
         for (int32_t child : node.children)
-            addEnds(&ends, endsOf(matcher, child, from));
+            ends |= endsOf(matcher, child, from);
         return ends;
     case NodeKind::optional:
-        ends = {from};
-        addEnds(&ends, endsOf(matcher, node.children[0], from));
-        return ends;
+        return only(from) | endsOf(matcher, node.children[0], from);
     case NodeKind::star:
-        return repeatedEnds(matcher, node.children[0], {from});
+        return repeatedEnds(matcher, node.children[0], only(from));
     case NodeKind::plus:
         return repeatedEnds(matcher, node.children[0], endsOf(matcher, node.children[0], from));
     }
@@ -108,14 +105,11 @@ Ends endsOf(Matcher *matcher, int32_t index, int32_t from)
 {
     const int64_t key = static_cast<int64_t>(index) << 32 | from;
     if (matcher->givenUp) return {};
-    if (auto found = matcher->known.find(key); found != matcher->known.end()) {
-        matcher->steps += 1 + static_cast<int64_t>(found->second.size());
-        return found->second;
-    }
     if (++matcher->steps > kMaxSteps || matcher->depth == kMaxDepth) {
         matcher->givenUp = true;
         return {};
     }
+    if (auto found = matcher->known.find(key); found != matcher->known.end()) return found->second;
     matcher->known[key];
     matcher->depth++;
     Ends ends = childrenEnds(matcher, nodeAt(*matcher, index), from);
@@ -191,31 +185,36 @@ void meetTag(Walk *path, const GrammarTag &tag, Frame *frame)
     frame->tags.push_back({&tag, frame->captures.size(), path->objects.back().get()});
 }
 
-// The way through a sequence: for each child the longest match from which the rest can still reach
-// the end.
+// The longest of the child's matches from which the end can still be reached; -1: there is none,
+// which happens only after giving up.
+int32_t longest(const Ends &ends)
+{
+    for (auto end = static_cast<int32_t>(kMaxWords); end >= 0; --end)
+        if (contains(ends, end)) return end;
+    return -1;
+}
+
 void walkSequence(Walk *path, const Node &node, int32_t from, int32_t to, Frame *frame)
 {
     const std::vector<int32_t> &children = node.children;
-    std::vector<Ends> starts(children.size() + 1); // forward, then those that lead to the end
-    starts[0] = {from};
+    // Where each child can begin: forwards, then only where that leads to the end.
+    std::vector<Ends> starts(children.size() + 1);
+    starts[0] = only(from);
     for (size_t i = 0; i < children.size(); ++i)
-        for (int32_t start : starts[i])
-            addEnds(&starts[i + 1], endsOf(path->matcher, children[i], start));
-    starts.back() = {to};
-    auto leadsOn = [&](size_t child, int32_t start) {
-        Ends ends = endsOf(path->matcher, children[child], start);
-        return std::any_of(ends.begin(), ends.end(),
-                           [&](int32_t end) { return contains(starts[child + 1], end); });
-    };
-    for (size_t i = children.size(); i-- > 0;)
-        std::erase_if(starts[i], [&](int32_t start) { return !leadsOn(i, start); });
+        starts[i + 1] = endsFrom(path->matcher, children[i], starts[i]);
+    starts.back() = only(to);
+    for (size_t i = children.size(); i-- > 0;) {
+        for (int32_t start = from; start <= to; ++start)
+            if (contains(starts[i], start) &&
+                (endsOf(path->matcher, children[i], start) & starts[i + 1]).none())
+                starts[i].reset(static_cast<size_t>(start));
+    }
     int32_t at = from;
     for (size_t i = 0; i < children.size(); ++i) {
-        Ends ends = endsOf(path->matcher, children[i], at);
-        std::erase_if(ends, [&](int32_t end) { return !contains(starts[i + 1], end); });
-        if (ends.empty()) return; // only after giving up
-        walk(path, children[i], at, ends.back(), frame);
-        at = ends.back();
+        int32_t end = longest(endsOf(path->matcher, children[i], at) & starts[i + 1]);
+        if (end < 0) return;
+        walk(path, children[i], at, end, frame);
+        at = end;
     }
 }
 
@@ -223,16 +222,18 @@ void walkSequence(Walk *path, const Node &node, int32_t from, int32_t to, Frame 
 void walkRepetition(Walk *path, int32_t child, bool atLeastOnce, int32_t from, int32_t to,
                     Frame *frame)
 {
+    Matcher *matcher = path->matcher;
     int32_t at = from;
-    while (at < to && !path->matcher->givenUp) {
-        Ends ends = endsOf(path->matcher, child, at);
-        auto leadsOn = [&](int32_t end) {
-            return end > at && contains(repeatedEnds(path->matcher, child, {end}), to);
-        };
-        auto next = std::find_if(ends.rbegin(), ends.rend(), leadsOn);
-        if (next == ends.rend()) return;
-        walk(path, child, at, *next, frame);
-        at = *next;
+    while (at < to && !matcher->givenUp) {
+        Ends next;
+        Ends ends = endsOf(matcher, child, at);
+        for (int32_t end = at + 1; end <= to; ++end)
+            if (contains(ends, end) && contains(repeatedEnds(matcher, child, only(end)), to))
+                next = only(end);
+        int32_t end = longest(next);
+        if (end < 0) return;
+        walk(path, child, at, end, frame);
+        at = end;
         atLeastOnce = false;
     }
     if (atLeastOnce) walk(path, child, from, to, frame); // a match without words

@@ -16,7 +16,7 @@ struct Meaning {
 enum class MatchResult {
     matched,
     unmatched, // the words are not of the grammar
-    tooHard,   // given up: the work is bounded
+    tooHard,   // given up: the work is bounded, and so are the words, at 400
 };
 
 // Public rules are tried in the order of the text; of several ways through a rule the one that

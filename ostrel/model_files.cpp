@@ -2,6 +2,8 @@
 
 #include "ostrel/library.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <cstring>
 
 #define MODEL_LOG(level, ...) ENGINE_LOG("ostrel/model_files", level, __VA_ARGS__)
@@ -125,7 +127,11 @@ bool isWholeDefinition(Head *head)
     head->at += static_cast<size_t>(description);
     for (int32_t &number : numbers)
         if (!head->read(&number) || number < 0) return false;
-    int64_t bytes = int64_t{8} * numbers[tree] + int64_t{12} * numbers[triphones] +
+    // The names of the units, each with its zero, up to a multiple of four.
+    for (int32_t i = 0; i < numbers[phones]; ++i)
+        head->at = std::min(head->bytes.find('\0', head->at), head->bytes.size() - 1) + 1;
+    head->at = (head->at + 3) / 4 * 4;
+    int64_t bytes = 4 + int64_t{8} * numbers[tree] + int64_t{12} * numbers[triphones] +
                     int64_t{2} * numbers[sequences] * numbers[states];
     return numbers[phones] > 0 && head->fileBytes >= static_cast<int64_t>(head->at) + bytes;
 }

@@ -1,0 +1,134 @@
+#include "ostrel/grammar_network.h"
+#include "ostrel/jsgf.h"
+
+#include <gtest/gtest.h>
+
+using namespace vantel::ostrel;
+
+namespace
+{
+
+// The first fault as "line:column: message"; "" when there is none.
+std::string firstFault(const std::string &text)
+{
+    RuleTree tree;
+    Network network;
+    Diagnostics diagnostics;
+    bool good = readJsgf(text, &tree, &diagnostics) && buildNetwork(tree, &network, &diagnostics);
+    EXPECT_EQ(good, diagnostics.empty());
+    if (good) return {};
+    const Diagnostic &first = diagnostics.front();
+    return std::to_string(first.place.line) + ":" + std::to_string(first.place.column) + ": " +
+           first.message;
+}
+
+std::string rules(const std::string &text)
+{
+    return "#JSGF V1.0;\ngrammar t;\n" + text;
+}
+
+TEST(Jsgf, FaultsAreNamedWithTheirPlace)
+{
+    struct Case {
+        std::string text;
+        std::string fault;
+    };
+    const Case cases[] = {
+        {"grammar t;", "1:1: expected the first line to be #JSGF V1.0;, not grammar"},
+        {"", "1:1: expected the first line to be #JSGF V1.0;, not the end of the text"},
+        {"#JSGF V1.0\ngrammar t;", "1:1: the first line ends with a semicolon"},
+        {"#JSGF V1.0;\npublic <a> = x;", "2:1: expected the statement: grammar name;, not public"},
+        {rules("public <a> = x\npublic <b> = y;"), "4:12: expected a word, a <rule> or a group, not ="},
+        {rules("public <a> = (x | y;"), "3:20: expected | or ), not ;"},
+        {rules("public <a> = x | ;"), "3:18: expected a word, a <rule> or a group, not ;"},
+        {rules("public <a> = [x y);"), "3:18: expected | or ], not )"},
+        {rules("public <a = x;"), "3:8: this rule name has no closing >"},
+        {rules("public <a> = \"x y;"), "3:14: this text has no closing quote"},
+        {rules("public <a> = x {\"k\":\"}\";"), "3:16: this tag has no closing brace"},
+        {rules("public <a> = x {\"k\":};"), "3:16: this tag is not valid JSON, near: }"},
+        {rules("public <a> = x {\"n\":\"$b\"};"), "3:16: $b in this tag names no rule"},
+        {rules("public <a> = /-1/ x | y;"), "3:14: a weight is a positive number"},
+        {rules("public <a> = x; /* no end"),
+         "3:16: a comment that begins after this place never ends"},
+        {rules("import <b.c>;\npublic <a> = x;"),
+         "3:1: rules of other grammars cannot be imported"},
+        {rules("public <a> = x <b> y;"), "3:16: <b> is not defined"},
+        {rules("public <a> = x;\n<a> = y;"), "4:1: <a> is defined twice"},
+        {rules("<NULL> = x;"), "3:1: <NULL> is a rule of its own kind, not to be defined"},
+        {rules("<a> = x;"), "1:1: the grammar is empty: it has no public rule"},
+        {rules("public <a> = [x] <a> | y;"), "3:18: <a> refers to itself before any word"},
+        {rules("public <a> = <b> x;\n<b> = <c>;\n<c> = z | {tag} <a>;"),
+         "3:14: <a> refers to itself before any word by way of <b>"},
+        {rules("public <a> = x <a> y | z;"),
+         "3:16: <a> refers to itself, but not as its last part"},
+        {rules("public <a> = <NULL> | <VOID> x;"),
+         "3:8: the grammar is empty: its public rules match no words"},
+        // Columns are characters, whatever their length in bytes.
+        {rules("public <a> = 打开 <b>;"), "3:17: <b> is not defined"},
+    };
+    for (const Case &each : cases)
+        EXPECT_EQ(firstFault(each.text), each.fault) << each.text;
+}
+
+TEST(Jsgf, EveryFaultIsToldInTheOrderOfTheText)
+{
+    RuleTree tree;
+    Diagnostics diagnostics;
+    EXPECT_FALSE(
+        readJsgf(rules("public <a> = (x;\n<b> = | y;\n<c> = z;\n<d> x;\n"), &tree, &diagnostics));
+    ASSERT_EQ(diagnostics.size(), 3U);
+    EXPECT_EQ(diagnostics[0].place.line, 3);
+    EXPECT_EQ(diagnostics[1].place.line, 4);
+    EXPECT_EQ(diagnostics[2].place.line, 6);
+}
+
+TEST(Jsgf, WhatTheFormatAllowsIsRead)
+{
+    const char *good[] = {
+        "public <a> = x;",
+        "public <a> = /2/ x | /0.5/ y z;",
+        "public <t.a> = \"New York\" | <t.b>+ ; <b> = [x] (y | z)* w {say \\} it} ;",
+        "public <a> = x [<a>];",                // a loop
+        "public <a> = x <b>; <b> = y <a> | z;", // a loop of two
+        "public <a> = <VOID> | x <NULL>; // the end",
+    };
+    for (const char *text : good)
+        EXPECT_EQ(firstFault(rules(text)), "") << text;
+    EXPECT_EQ(firstFault("\xEF\xBB\xBF#JSGF V1.0 UTF-8 zh;\r\ngrammar t;\r\npublic <a> = 打开;"),
+              "");
+}
+
+// Hostile depth and size end in a fault, not in a crash or without end.
+TEST(Jsgf, SizeAndDepthAreBounded)
+{
+    std::string deep = "public <a> = " + std::string(5000, '(') + "x";
+    EXPECT_NE(firstFault(rules(deep)).find("nested too deep"), std::string::npos);
+    std::string chain = "public <r0> = x;";
+    for (int i = 1; i < 3000; ++i)
+        chain += "<r" + std::to_string(i) + "> = <r" + std::to_string(i - 1) + ">;";
+    EXPECT_EQ(firstFault(rules(chain)), "");
+    EXPECT_NE(firstFault(rules(chain + "public <top> = <r2999>;")).find("nested too deep"),
+              std::string::npos);
+    std::string doubling = "public <r40> = <r39> <r39>; <r0> = x | y;";
+    for (int i = 1; i < 40; ++i) {
+        std::string below = "<r" + std::to_string(i - 1) + ">";
+        doubling += "<r" + std::to_string(i) + "> = " + below + " " + below + ";";
+    }
+    EXPECT_NE(firstFault(rules(doubling)).find("too large"), std::string::npos);
+}
+
+TEST(GrammarNetwork, CommonBeginningsAndEndingsAreJoined)
+{
+    std::string list = "public <a> = ";
+    for (int i = 0; i < 500; ++i)
+        list += (i ? " | turn the " : "turn the ") + std::string("w") + std::to_string(i) + " on";
+    RuleTree tree;
+    Network network;
+    Diagnostics diagnostics;
+    ASSERT_TRUE(readJsgf(rules(list + ";"), &tree, &diagnostics));
+    ASSERT_TRUE(buildNetwork(tree, &network, &diagnostics));
+    EXPECT_LT(network.states, 10);
+    EXPECT_LT(network.arcs.size(), 510U);
+}
+
+} // namespace
