@@ -44,6 +44,7 @@ struct GrammarResult {
 };
 
 struct NgramResult {
+    bool isThere = false; // the transcriber was asked and answered, if with an empty text
     std::string text;
     double confidence = 0;
 };
@@ -51,6 +52,9 @@ struct NgramResult {
 // The full passes. An empty result when nothing was found. False when the decoder failed.
 bool recogniseGrammar(Recogniser *recogniser, GrammarResult *result);
 void recogniseNgram(const Recogniser &recogniser, NgramResult *result);
+
+// Sets the grammar result's confidence, once both are there.
+void rateGrammar(const AsrOptions &options, const NgramResult &ngram, GrammarResult *result);
 
 // The result texts that go to the callback; empty when there is no memory.
 HeapText partialResult(const std::string &text);

@@ -25,6 +25,13 @@ double numberOr(const cJSON *object, const char *key, double fallback)
     return cJSON_IsNumber(member) ? member->valuedouble : fallback;
 }
 
+ConfidenceScale readScale(const cJSON *scale)
+{
+    return {numberOr(scale, "all", kScaleAlone.all), numberOr(scale, "words", kScaleAlone.words),
+            numberOr(scale, "agreement", kScaleAlone.agreement),
+            numberOr(scale, "offset", kScaleAlone.offset)};
+}
+
 struct NgramName {
     const char *name;
     NgramSource source;
@@ -94,16 +101,14 @@ bool readAsrOptions(const char *configuration, AsrOptions *options)
         OPTIONS_LOG(kError, "  the recogniser's configuration is no JSON object\n");
         return false;
     }
-    const cJSON *scale = jsonObject(root.get(), "confidence");
     *options = {};
     options->grammarName = textOr(root.get(), "grammar", "");
     options->grammarFile = textOr(root.get(), "grammarFile", "");
     options->acousticModel = textOr(root.get(), "hmm", modelFile(kDefaultAcousticModel));
     options->partials = !cJSON_IsFalse(jsonMember(root.get(), "partials"));
     options->limitMs = jsonInt(root.get(), "limit", options->limitMs);
-    options->confidence.all = numberOr(scale, "all", options->confidence.all);
-    options->confidence.words = numberOr(scale, "words", options->confidence.words);
-    options->confidence.offset = numberOr(scale, "offset", options->confidence.offset);
+    if (const cJSON *scale = jsonObject(root.get(), "confidence"))
+        options->scaleAlone = options->scaleWithTranscript = readScale(scale);
     options->showFit = cJSON_IsTrue(jsonMember(root.get(), "showFit"));
     return readNgram(root.get(), &options->ngram);
 }

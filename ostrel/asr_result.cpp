@@ -26,8 +26,8 @@ double scoreBetween(const std::vector<Segment> &segments, int32_t first, int32_t
 }
 
 // How much better the grammar fits than phones in any order.
-void rateFit(const ConfidenceScale &scale, const std::vector<Segment> &words,
-             const std::vector<Segment> &phones, GrammarResult *result)
+void measureFit(const std::vector<Segment> &words, const std::vector<Segment> &phones,
+                GrammarResult *result)
 {
     double allScore = 0;
     double wordScore = 0;
@@ -46,8 +46,6 @@ void rateFit(const ConfidenceScale &scale, const std::vector<Segment> &words,
     if (wordFrames == 0) return;
     result->fitAll = allScore / allFrames;
     result->fitWords = wordScore / wordFrames;
-    double x = scale.all * result->fitAll + scale.words * result->fitWords + scale.offset;
-    result->confidence = 1 / (1 + std::exp(-x));
 }
 
 // Four digits say all that is known.
@@ -118,7 +116,7 @@ bool recogniseGrammar(Recogniser *recogniser, GrammarResult *result)
     if (!decoderPass(decoder, Search::phones, recogniser->audio, &phones)) return false;
     for (const Segment &segment : words)
         if (segment.word >= 0) addWord(*recogniser->grammar, segment, result);
-    rateFit(recogniser->options.confidence, words, phones, result);
+    measureFit(words, phones, result);
     return true;
 }
 
@@ -132,9 +130,25 @@ void recogniseNgram(const Recogniser &recogniser, NgramResult *result)
         return;
     RESULT_LOG(kDebug, "  transcript \"%s\", confidence %.3f, noise %.3f\n",
                transcript.text.c_str(), transcript.confidence, transcript.noise);
+    result->isThere = true;
     if (transcript.noise > kNoSpeech) return;
     result->text = transcriptWords(transcript.text);
     result->confidence = result->text.empty() ? 0 : transcript.confidence;
+}
+
+void rateGrammar(const AsrOptions &options, const NgramResult &ngram, GrammarResult *result)
+{
+    if (result->words.empty()) return;
+    // One may write as two words what the other writes as one.
+    auto letters = [](std::string text) {
+        std::erase(text, ' ');
+        return text;
+    };
+    const ConfidenceScale &scale = ngram.isThere ? options.scaleWithTranscript : options.scaleAlone;
+    double x = scale.all * result->fitAll + scale.words * result->fitWords + scale.offset;
+    if (ngram.isThere && letters(ngram.text) == letters(joined(result->words)))
+        x += scale.agreement;
+    result->confidence = 1 / (1 + std::exp(-x));
 }
 
 HeapText partialResult(const std::string &text)

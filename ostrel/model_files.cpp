@@ -77,26 +77,41 @@ bool isWholeTable(Head *head)
     return isWholeArray(head, false);
 }
 
-// Mixture weights of eight bits: texts with their lengths in front, up to a length of 0, then the
-// dimensions and the weights. The decoder maps the file, so a short one would kill the process.
+// The number behind `name` in a text like "feature_count 4"; `fallback` for any other text.
+int32_t named(const std::string &text, const char *name, int32_t fallback)
+{
+    const size_t length = std::strlen(name);
+    return text.compare(0, length, name) == 0 ? std::atoi(text.c_str() + length) : fallback;
+}
+
+// Mixture weights of a byte or half of one: texts with their lengths in front, up to a length of 0,
+// then, unless the texts tell them, the dimensions, and the weights. The decoder maps the file, so
+// a short one would kill the process.
 bool isWholeDump(Head *head)
 {
     int32_t length = 0;
     int32_t rows = 0;
     int32_t columns = 0;
-    int64_t streams = 1;
-    int64_t bits = 8;
+    int32_t streams = 1;
+    int32_t bits = 8;
+    // Read in the wrong byte order, the length of the first text is enormous.
+    if (!head->read(&length)) return false;
+    head->swapped = length < 0 || length > (1 << 24);
+    head->at = 0;
     while (head->read(&length) && length > 0) {
         if (head->bytes.size() - head->at < static_cast<size_t>(length)) return false;
         std::string text{head->bytes.c_str() + head->at};
-        if (text.starts_with("feature_count ")) streams = std::atoi(text.c_str() + 14);
-        if (text.starts_with("cluster_bits ")) bits = std::atoi(text.c_str() + 13);
+        streams = named(text, "feature_count ", streams);
+        rows = named(text, "mixture_count ", rows);
+        columns = named(text, "model_count ", columns);
+        bits = named(text, "cluster_bits ", bits);
         head->at += static_cast<size_t>(length);
     }
-    if (length != 0 || !head->read(&rows) || !head->read(&columns) || rows <= 0 || columns <= 0)
-        return false;
-    return head->fileBytes >=
-           static_cast<int64_t>(head->at) + streams * rows * ((int64_t{columns} * bits + 7) / 8);
+    if (length != 0) return false;
+    if (rows == 0 && (!head->read(&rows) || !head->read(&columns))) return false;
+    if (rows <= 0 || columns <= 0 || streams <= 0 || bits <= 0) return false;
+    return head->fileBytes >= static_cast<int64_t>(head->at) +
+                                  int64_t{streams} * rows * ((int64_t{columns} * bits + 7) / 8);
 }
 
 // The model's units: as text, or as tables of known sizes behind a description.
