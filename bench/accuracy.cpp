@@ -7,16 +7,15 @@
 // and noise alone, by turns. --details writes every single result; --quick leaves out what is no
 // command and the worst condition. Before and behind each recording is as much near-silence as the
 // detector leaves around speech.
+#include "bench/signal.h"
 #include "contracts/ostrel.h"
 #include "tools/json.h"
 
 #include <algorithm>
 #include <atomic>
 #include <cmath>
-#include <cstring>
 #include <fstream>
 #include <iostream>
-#include <iterator>
 #include <map>
 #include <mutex>
 #include <random>
@@ -38,7 +37,7 @@ constexpr double kConditions[] = {kClean, 20, 10};
 constexpr const char *kOther = "other";
 constexpr int kNoises = 48; // of noise alone, in each noisy condition
 
-using Samples = std::vector<int16_t>;
+using bench::Samples;
 
 struct Recording {
     std::string group;
@@ -77,15 +76,6 @@ struct Corpus {
     std::map<std::string, std::string> alternatives; // by group
 };
 
-Samples readSamples(const std::string &file)
-{
-    std::ifstream stream{file, std::ios::binary};
-    std::string bytes{std::istreambuf_iterator<char>{stream}, {}};
-    Samples samples(bytes.size() / sizeof(int16_t));
-    std::memcpy(samples.data(), bytes.data(), samples.size() * sizeof(int16_t));
-    return samples;
-}
-
 Corpus readCorpus(const std::string &list)
 {
     Corpus corpus;
@@ -101,7 +91,7 @@ Corpus readCorpus(const std::string &list)
             corpus.alternatives[recording.group.substr(1)] = recording.file;
             continue;
         }
-        recording.samples = readSamples(recording.file);
+        recording.samples = bench::readSamples(recording.file);
         if (recording.group != kOther) texts[recording.group].insert(recording.text);
         corpus.recordings.push_back(std::move(recording));
     }
@@ -114,49 +104,33 @@ Corpus readCorpus(const std::string &list)
     return corpus;
 }
 
-// Noise whose power falls by 3 dB an octave, from white noise through a filter of three poles.
-std::vector<double> pinkNoise(size_t count, unsigned seed)
+// The recording with about as much near-silence around it as the detector leaves.
+Samples surrounded(const Samples &samples, unsigned seed)
 {
+    constexpr size_t kBefore = 200 * 16;
+    constexpr size_t kAfter = 300 * 16;
     std::mt19937 random{seed};
-    std::vector<double> noise(count);
-    double a = 0;
-    double b = 0;
-    double c = 0;
-    for (double &sample : noise) {
-        double white = static_cast<double>(random()) / 2147483648.0 - 1;
-        a = 0.99765 * a + white * 0.0990460;
-        b = 0.96300 * b + white * 0.2965164;
-        c = 0.57000 * c + white * 1.0526913;
-        sample = a + b + c + white * 0.1848;
-    }
-    return noise;
-}
-
-double power(const auto &samples)
-{
-    double sum = 0;
-    for (double sample : samples)
-        sum += sample * sample;
-    return samples.empty() ? 0 : sum / static_cast<double>(samples.size());
-}
-
-int16_t clipped(double sample)
-{
-    return static_cast<int16_t>(std::lround(std::clamp(sample, -32768.0, 32767.0)));
+    Samples audio(kBefore + samples.size() + kAfter);
+    for (int16_t &sample : audio)
+        sample = static_cast<int16_t>(static_cast<int>(random() % 7) - 3);
+    std::copy(samples.begin(), samples.end(), audio.begin() + kBefore);
+    return audio;
 }
 
 Samples trialAudio(const Trial &trial)
 {
     constexpr double kNoiseAloneLevel = 500;
     constexpr size_t kNoiseAloneSamples = 24000;
-    Samples audio = trial.recording ? trial.recording->samples : Samples(kNoiseAloneSamples, 0);
+    Samples audio = trial.recording ? surrounded(trial.recording->samples, trial.seed)
+                                    : Samples(kNoiseAloneSamples, 0);
     if (trial.snr >= kClean) return audio;
-    std::vector<double> noise = pinkNoise(audio.size(), trial.seed);
-    double wanted = trial.recording ? std::sqrt(power(audio) / std::pow(10, trial.snr / 10))
+    std::vector<double> noise = bench::pinkNoise(audio.size(), trial.seed);
+    double speech = trial.recording ? bench::power(trial.recording->samples) : 0;
+    double wanted = trial.recording ? std::sqrt(speech / std::pow(10, trial.snr / 10))
                                     : kNoiseAloneLevel * (1 + trial.seed % 4);
-    double factor = wanted / std::max(std::sqrt(power(noise)), 1e-9);
+    double factor = wanted / std::max(std::sqrt(bench::power(noise)), 1e-9);
     for (size_t i = 0; i < audio.size(); ++i)
-        audio[i] = clipped(audio[i] + factor * noise[i]);
+        audio[i] = bench::clipped(audio[i] + factor * noise[i]);
     return audio;
 }
 
