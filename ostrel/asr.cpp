@@ -194,7 +194,7 @@ int32_t stop(Recogniser *recogniser)
     if (recogniser->decoder) decoderStreamEnd(recogniser->decoder.get());
     if (recogniser->audio.size() >= kShortestUtterance)
         done = recognise(recogniser, &grammar, &ngram);
-    rateGrammar(recogniser->options, ngram, &grammar);
+    rateGrammar(*recogniser, ngram, &grammar);
     HeapText result = finalResult(*recogniser, grammar, ngram);
     forgetUtterance(recogniser);
     deliver(*recogniser, std::move(result));

@@ -38,7 +38,7 @@ struct Recogniser {
 struct GrammarResult {
     std::vector<std::string> words;
     std::string reading; // of the words as they were spoken; empty when nothing tells
-    double fitAll = 0; // A and W of the confidence scale
+    double fitAll = 0;   // A and W of the confidence scale
     double fitWords = 0;
     double confidence = 0;
 };
@@ -54,7 +54,7 @@ bool recogniseGrammar(Recogniser *recogniser, GrammarResult *result);
 void recogniseNgram(const Recogniser &recogniser, NgramResult *result);
 
 // Sets the grammar result's confidence, once both are there.
-void rateGrammar(const AsrOptions &options, const NgramResult &ngram, GrammarResult *result);
+void rateGrammar(const Recogniser &recogniser, const NgramResult &ngram, GrammarResult *result);
 
 // The result texts that go to the callback; empty when there is no memory.
 HeapText partialResult(const std::string &text);

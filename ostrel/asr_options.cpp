@@ -108,7 +108,7 @@ bool readAsrOptions(const char *configuration, AsrOptions *options)
     options->partials = !cJSON_IsFalse(jsonMember(root.get(), "partials"));
     options->limitMs = jsonInt(root.get(), "limit", options->limitMs);
     if (const cJSON *scale = jsonObject(root.get(), "confidence"))
-        options->scaleAlone = options->scaleWithTranscript = readScale(scale);
+        options->scale = readScale(scale);
     options->showFit = cJSON_IsTrue(jsonMember(root.get(), "showFit"));
     return readNgram(root.get(), &options->ngram);
 }

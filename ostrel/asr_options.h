@@ -4,6 +4,7 @@
 #include "tools/json.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace vantel::ostrel
@@ -24,6 +25,9 @@ struct ConfidenceScale {
 constexpr ConfidenceScale kScaleAlone = {0.1949, 0.0933, 0, 4.792};
 constexpr ConfidenceScale kScaleWithTranscript = {0.1732, 0.0836, 2.5322, 3.834};
 
+// For Chinese words over the model of another language.
+constexpr ConfidenceScale kScaleChinese = {0.361, 0.124, 0, 11.37};
+
 enum class NgramSource {
     whenPresent, // the transcriber, when its model is there
     transcriber, // the transcriber, or no recogniser
@@ -36,9 +40,8 @@ struct AsrOptions {
     std::string acousticModel;
     NgramSource ngram = NgramSource::whenPresent;
     bool partials = true;
-    int32_t limitMs = 60000; // of one utterance
-    ConfidenceScale scaleAlone = kScaleAlone;
-    ConfidenceScale scaleWithTranscript = kScaleWithTranscript;
+    int32_t limitMs = 60000;              // of one utterance
+    std::optional<ConfidenceScale> scale; // in place of the scales above
     bool showFit = false; // the final result tells A and W, for who finds the scale of a new model
 };
 

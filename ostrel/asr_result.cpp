@@ -87,18 +87,26 @@ void addMeaning(cJSON *object, const Grammar &grammar, const std::vector<std::st
 
 // Puts silence around the utterance and weak noise under all of it, the same every time. Words that
 // are cut close, or whose silence is none at all, as in synthetic speech, fit badly without.
-void addNoiseFloor(std::vector<int16_t> *audio)
+std::vector<int16_t> withNoiseFloor(const std::vector<int16_t> &audio)
 {
     constexpr uint32_t kPeak = 10;
     constexpr size_t kMargin = 4000; // a quarter of a second
-    audio->insert(audio->begin(), kMargin, 0);
-    audio->resize(audio->size() + kMargin);
+    std::vector<int16_t> result(kMargin + audio.size() + kMargin);
+    std::copy(audio.begin(), audio.end(), result.begin() + kMargin);
     uint32_t state = 1;
-    for (int16_t &sample : *audio) {
+    for (int16_t &sample : result) {
         state = state * 1664525U + 1013904223U;
         auto noise = static_cast<int32_t>((state >> 16) % (2 * kPeak + 1)) - int32_t{kPeak};
         sample = static_cast<int16_t>(std::clamp(sample + noise, -32768, 32767));
     }
+    return result;
+}
+
+ConfidenceScale scaleFor(const Recogniser &recogniser, const NgramResult &ngram)
+{
+    if (recogniser.options.scale) return *recogniser.options.scale;
+    if (isChinese(*recogniser.grammar)) return kScaleChinese;
+    return ngram.isThere ? kScaleWithTranscript : kScaleAlone;
 }
 
 } // namespace
@@ -108,12 +116,15 @@ bool recogniseGrammar(Recogniser *recogniser, GrammarResult *result)
     std::vector<Segment> words;
     std::vector<Segment> phones;
     Decoder *decoder = recogniser->decoder.get();
-    if (isChinese(*recogniser->grammar)) addNoiseFloor(&recogniser->audio);
-    if (!decoderPass(decoder, Search::grammar, recogniser->audio, &words)) return false;
+    // The transcriber may be reading the recogniser's own audio.
+    std::vector<int16_t> floored;
+    if (isChinese(*recogniser->grammar)) floored = withNoiseFloor(recogniser->audio);
+    const std::vector<int16_t> &audio = floored.empty() ? recogniser->audio : floored;
+    if (!decoderPass(decoder, Search::grammar, audio, &words)) return false;
     bool hasWords = std::any_of(words.begin(), words.end(),
                                 [](const Segment &segment) { return segment.word >= 0; });
     if (!hasWords) return true;
-    if (!decoderPass(decoder, Search::phones, recogniser->audio, &phones)) return false;
+    if (!decoderPass(decoder, Search::phones, audio, &phones)) return false;
     for (const Segment &segment : words)
         if (segment.word >= 0) addWord(*recogniser->grammar, segment, result);
     measureFit(words, phones, result);
@@ -136,7 +147,7 @@ void recogniseNgram(const Recogniser &recogniser, NgramResult *result)
     result->confidence = result->text.empty() ? 0 : transcript.confidence;
 }
 
-void rateGrammar(const AsrOptions &options, const NgramResult &ngram, GrammarResult *result)
+void rateGrammar(const Recogniser &recogniser, const NgramResult &ngram, GrammarResult *result)
 {
     if (result->words.empty()) return;
     // One may write as two words what the other writes as one.
@@ -144,7 +155,7 @@ void rateGrammar(const AsrOptions &options, const NgramResult &ngram, GrammarRes
         std::erase(text, ' ');
         return text;
     };
-    const ConfidenceScale &scale = ngram.isThere ? options.scaleWithTranscript : options.scaleAlone;
+    const ConfidenceScale scale = scaleFor(recogniser, ngram);
     double x = scale.all * result->fitAll + scale.words * result->fitWords + scale.offset;
     if (ngram.isThere && letters(ngram.text) == letters(joined(result->words)))
         x += scale.agreement;

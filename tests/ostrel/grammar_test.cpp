@@ -90,9 +90,9 @@ TEST_F(GrammarTest, PronunciationsComeFromTheDictionaryTheUserOrAGuess)
 
 TEST_F(GrammarTest, FaultsOfWordsAndFilesAreResultsAndNamed)
 {
-    EXPECT_EQ(commands::compile(words("打开 | go 42x")), kGrammarWrong);
-    EXPECT_TRUE(logHas("grammar:3:14: no pronunciation of \"打开\""));
-    EXPECT_TRUE(logHas("grammar:3:22: no pronunciation of \"42x\""));
+    EXPECT_EQ(commands::compile(words("йцу | go 42x")), kGrammarWrong);
+    EXPECT_TRUE(logHas("grammar:3:14: no pronunciation of \"йцу\""));
+    EXPECT_TRUE(logHas("grammar:3:23: no pronunciation of \"42x\""));
     EXPECT_EQ(commands::compile(words("ostrel", R"(,"guess":false)")), kGrammarWrong);
     EXPECT_EQ(commands::compile(words("go", R"(,"words":{"go":"G QQ"})")), kGrammarWrong);
     EXPECT_TRUE(logHas("has a phone \"QQ\""));
