@@ -34,7 +34,7 @@ protected:
         fs::remove_all(folder_);
     }
 
-    std::string path(const std::string &name) { return (folder_ / name).string(); }
+    std::string path(const std::string &name) { return (folder_ / name).generic_string(); }
 
     std::string write(const std::string &name, const std::string &content)
     {
