@@ -210,6 +210,12 @@ void DecoderDelete::operator()(Decoder *decoder) const
 {
     // A decoder that failed in the middle of something is left to itself: its parts may not fit
     // together.
+    // The phone search frees the segments of its last utterance only when it makes new ones: those
+    // of an empty utterance are none.
+    if (decoder->ps && endUtterance(decoder) && startUtterance(decoder, kPhoneSearch) &&
+        endUtterance(decoder)) {
+        (void)currentSegments(decoder);
+    }
     if (decoder->ps && !decoder->failed) ps_free(decoder->ps);
     delete decoder;
 }
