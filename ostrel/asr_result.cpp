@@ -46,6 +46,8 @@ void measureFit(const std::vector<Segment> &words, const std::vector<Segment> &p
     if (wordFrames == 0) return;
     result->fitAll = allScore / allFrames;
     result->fitWords = wordScore / wordFrames;
+    RESULT_LOG(kDebug, "  fit of all frames %.2f, of the words %.2f\n", result->fitAll,
+               result->fitWords);
 }
 
 // Four digits say all that is known.
@@ -85,14 +87,14 @@ void addMeaning(cJSON *object, const Grammar &grammar, const std::vector<std::st
     cJSON_AddItemToObject(post, "sem", meaning.sem.release());
 }
 
-// Puts silence around the utterance and weak noise under all of it, the same every time. Words that
-// are cut close, or whose silence is none at all, as in synthetic speech, fit badly without.
-std::vector<int16_t> withNoiseFloor(const std::vector<int16_t> &audio)
+// The utterance with weak noise under all of it, the same every time, and with `margin` samples of
+// that noise around it. Silence that is none at all, as in recordings that were cleaned and in
+// synthetic speech, would weigh more than the words; Chinese words that are cut close fit badly.
+std::vector<int16_t> withNoiseFloor(const std::vector<int16_t> &audio, size_t margin)
 {
     constexpr uint32_t kPeak = 10;
-    constexpr size_t kMargin = 4000; // a quarter of a second
-    std::vector<int16_t> result(kMargin + audio.size() + kMargin);
-    std::copy(audio.begin(), audio.end(), result.begin() + kMargin);
+    std::vector<int16_t> result(margin + audio.size() + margin);
+    std::copy(audio.begin(), audio.end(), result.begin() + static_cast<ptrdiff_t>(margin));
     uint32_t state = 1;
     for (int16_t &sample : result) {
         state = state * 1664525U + 1013904223U;
@@ -116,10 +118,9 @@ bool recogniseGrammar(Recogniser *recogniser, GrammarResult *result)
     std::vector<Segment> words;
     std::vector<Segment> phones;
     Decoder *decoder = recogniser->decoder.get();
-    // The transcriber may be reading the recogniser's own audio.
-    std::vector<int16_t> floored;
-    if (isChinese(*recogniser->grammar)) floored = withNoiseFloor(recogniser->audio);
-    const std::vector<int16_t> &audio = floored.empty() ? recogniser->audio : floored;
+    constexpr size_t kChineseMargin = 4000; // a quarter of a second
+    const std::vector<int16_t> audio =
+        withNoiseFloor(recogniser->audio, isChinese(*recogniser->grammar) ? kChineseMargin : 0);
     if (!decoderPass(decoder, Search::grammar, audio, &words)) return false;
     bool hasWords = std::any_of(words.begin(), words.end(),
                                 [](const Segment &segment) { return segment.word >= 0; });
