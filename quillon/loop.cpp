@@ -60,32 +60,33 @@ void runDueTimers(Node *node)
         timer.callback(timer.user, node, timer.tag);
 }
 
-// How long the loop may sleep from `now` on before its next timer; rounded up to the bus's clicks,
-// so that timers close to each other share a wake-up.
-int64_t untilTimerNs(const Node *node, int64_t now)
+// How long the loop may sleep before its next timer; rounded up to the bus's clicks, so that timers
+// close to each other share a wake-up. Asked once the rest is announced: whoever sets a timer or
+// moves the clock on before that finds nobody to wake.
+int64_t untilTimerNs(const Node *node)
 {
     if (node->timers.isEmpty()) return kWaitForever;
     int64_t earliest = node->timers.earliestNs();
     if (earliest == Timers::kNever) return kWaitForever;
+    int64_t now = busNowNs(node->bus);
     int64_t click = node->bus->clickNs;
     if (click > 0 && earliest > now) earliest = (earliest + click - 1) / click * click;
     return std::max<int64_t>(earliest - now, 0);
 }
 
-void sleep(Node *node, int64_t now)
+void sleep(Node *node)
 {
     if (!node->inbox.fallAsleep()) return;
-    // Only now, because a timer that is set from outside nudges a sleeping loop.
-    int64_t nanoseconds = untilTimerNs(node, now);
+    int64_t nanoseconds = untilTimerNs(node);
     if (nanoseconds == 0)
         node->inbox.wake();
     else
         node->inbox.sleep(nanoseconds);
 }
 
-void nap(Node *node, int64_t now)
+void nap(Node *node)
 {
-    int64_t nanoseconds = node->inbox.lieDown() ? untilTimerNs(node, now) : 0;
+    int64_t nanoseconds = node->inbox.lieDown() ? untilTimerNs(node) : 0;
     if (nanoseconds < 0 || nanoseconds > kNapNs) nanoseconds = kNapNs;
     node->inbox.nap(nanoseconds);
 }
@@ -111,9 +112,9 @@ void rest(Node *node)
         pace.shortRests = isShort ? pace.shortRests + 1 : 0;
         if (pace.shortRests >= pace.shortRestsToTry)
             pace.rest = pace.isCalled ? Rest::yield : Rest::nap;
-        return sleep(node, now);
+        return sleep(node);
     case Rest::nap:
-        return nap(node, now);
+        return nap(node);
     case Rest::yield:
         return yield(node);
     }
