@@ -45,8 +45,6 @@ public:
     // Refuses items from now on and returns those left, in no order. Null when it was closed.
     Item *close();
 
-    bool isClosed() const { return head_.load(std::memory_order_relaxed) == closed(); }
-
     // The loop's way to sleep: announce it, look about once more, then wait. False when there is
     // something to take already, or the inbox is closed.
     bool fallAsleep();

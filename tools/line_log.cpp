@@ -39,7 +39,7 @@ int32_t daysInMonth(int32_t year, int32_t month)
     return month == 2 && isLeapYear(year) ? 29 : kDays[month - 1];
 }
 
-// Standard output when the kept path cannot be opened.
+// Standard output when there is no path, or it cannot be opened.
 void openStream(LineLog *log, const char *mode)
 {
     log->stream = log->path.empty() ? nullptr : platformOpenFile(log->path.c_str(), mode);
@@ -150,13 +150,9 @@ void lineLogInit(LineLog *log, int32_t threshold, const char *path, int32_t mode
     if (!log->mutex) quenda_mk_mutex_create(&log->mutex);
     Locked locked{&log->mutex};
     if (!log->stream) {
-        if (path && *path) {
-            log->path = path;
-            openStream(log, mode != 0 ? "ab" : "wb");
-            if (log->stream != stdout) log->sizeLimitBytes = sizeMb * 1024.0F * 1024.0F;
-        } else {
-            log->stream = stdout;
-        }
+        log->path = path ? path : "";
+        log->sizeLimitBytes = sizeMb * 1024.0F * 1024.0F;
+        openStream(log, mode != 0 ? "ab" : "wb");
     }
     if (!log->line) log->line.reset(new (std::nothrow) char[kLogLineBytes]);
     log->threshold = threshold;

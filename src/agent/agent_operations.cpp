@@ -169,7 +169,7 @@ COMPANION(agentQXOperateInfo, "  %s onQXOperateInfo: %s\n")
 int32_t agentStopDialog(AgentRecord *agent, const char *params)
 {
     AGENT_LOG(kInfo, "  %s onStopDialog, params: %s\n", kAgentTag, orNull(params));
-    Json request{params ? cJSON_Parse(params) : cJSON_CreateObject()};
+    Json request = params ? jsonParse(params) : Json{cJSON_CreateObject()};
     if (!request) {
         AGENT_LOG(kError, "  %s onStopDialog malloc failed\n", kAgentTag);
         return -1;
@@ -198,14 +198,21 @@ int32_t agentFeedData(AgentRecord *agent, const void *data, int32_t length)
     return 0;
 }
 
-int32_t agentFeedCustomTTSDataBegin(AgentRecord *agent, const char *params)
-{
-    if (!agent) return noAgent();
-    if (!playsCustomData(agent)) return 0;
-    AGENT_LOG(kInfo, "  %s agentFeedCustomTTSDatdBegin\n", kAgentTag);
-    publishText(agent->node, topics::kCustomDataBegin, params);
-    return 0;
-}
+// The two ends of audio that the host feeds as the library's own speech.
+#define CUSTOM_DATA_END(operation, topic, line)                                                    \
+    int32_t operation(AgentRecord *agent, const char *params)                                      \
+    {                                                                                              \
+        if (!agent) return noAgent();                                                              \
+        if (!playsCustomData(agent)) return 0;                                                     \
+        AGENT_LOG(kInfo, line, kAgentTag);                                                         \
+        publishText(agent->node, topic, params);                                                   \
+        return 0;                                                                                  \
+    }
+
+CUSTOM_DATA_END(agentFeedCustomTTSDataBegin, topics::kCustomDataBegin,
+                "  %s agentFeedCustomTTSDatdBegin\n")
+CUSTOM_DATA_END(agentFeedCustomTTSDataEnd, topics::kCustomDataEnd,
+                "  %s agentFeedCustomTTSDataEnd\n")
 
 int32_t agentFeedCustomTTSData(AgentRecord *agent, const void *data, int32_t length)
 {
@@ -217,15 +224,6 @@ int32_t agentFeedCustomTTSData(AgentRecord *agent, const void *data, int32_t len
         return -1;
     }
     quillon_publish(agent->node, topics::kTtsCustomData, data, static_cast<uint32_t>(length));
-    return 0;
-}
-
-int32_t agentFeedCustomTTSDataEnd(AgentRecord *agent, const char *params)
-{
-    if (!agent) return noAgent();
-    if (!playsCustomData(agent)) return 0;
-    AGENT_LOG(kInfo, "  %s agentFeedCustomTTSDataEnd\n", kAgentTag);
-    publishText(agent->node, topics::kCustomDataEnd, params);
     return 0;
 }
 

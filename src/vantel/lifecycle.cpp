@@ -38,11 +38,9 @@ struct InstanceSettings {
     HeapText nodeConfiguration; // empty: the nodes take their defaults
 };
 
-std::string pathOrNothing(const char *name, const char *path)
+std::string pathOrNothing(const char *name, const std::string &path)
 {
-    if (!path) return {};
-    std::string text = path;
-    if (text.size() <= kMaxPathBytes) return text;
+    if (path.size() <= kMaxPathBytes) return path;
     API_LOG(kError, "  %s %s is longer than %d bytes, not used\n", kApiTag, name,
             static_cast<int>(kMaxPathBytes));
     return {};
@@ -66,7 +64,8 @@ bool readParams(const char *text, const cJSON *stored, InstanceSettings *setting
         return false;
     }
     addInitSettings(params.get(), stored, settings->init);
-    settings->homePath = pathOrNothing("homePath", jsonString(params.get(), "homePath"));
+    const char *homePath = jsonString(params.get(), "homePath");
+    settings->homePath = pathOrNothing("homePath", homePath ? homePath : "");
     settings->timerClickMs = jsonInt(params.get(), "timerClickMs", kDefaultTimerClickMs);
     settings->nodeConfiguration = jsonPrintFormatted(params.get());
     if (!settings->nodeConfiguration) API_LOG(kError, "  %s not params\n", kApiTag);
@@ -81,8 +80,7 @@ HeapText busConfiguration(const InstanceSettings &settings)
     cJSON_AddNumberToObject(bus.get(), "size", settings.init.sizeMb);
     if (settings.timerClickMs != kDefaultTimerClickMs)
         cJSON_AddNumberToObject(bus.get(), "timerClickMs", settings.timerClickMs);
-    std::string logDirPath = pathOrNothing(
-        "logDirPath", settings.init.logDirPath ? settings.init.logDirPath->c_str() : nullptr);
+    std::string logDirPath = pathOrNothing("logDirPath", settings.init.logDirPath.value_or(""));
     if (!logDirPath.empty()) {
         std::string path = logDirPath + "/cache/log/quillon.log";
         cJSON_AddStringToObject(bus.get(), "path", path.c_str());
