@@ -1,5 +1,7 @@
 #include "tools/json.h"
 
+#include <algorithm>
+#include <cfloat>
 #include <cstring>
 
 namespace vantel
@@ -46,6 +48,13 @@ int jsonInt(const cJSON *object, const char *key, int fallback)
 {
     const cJSON *member = jsonMember(object, key);
     return member ? member->valueint : fallback;
+}
+
+float jsonFloat(const cJSON *object, const char *key, float fallback)
+{
+    const cJSON *member = jsonMember(object, key);
+    if (!cJSON_IsNumber(member)) return fallback;
+    return static_cast<float>(std::clamp<double>(member->valuedouble, -FLT_MAX, FLT_MAX));
 }
 
 } // namespace vantel

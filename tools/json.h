@@ -44,4 +44,7 @@ bool jsonIs(const cJSON *object, const char *key, const char *value);
 // absent.
 int jsonInt(const cJSON *object, const char *key, int fallback);
 
+// The member's number, cut to what a float holds; `fallback` when it is no number.
+float jsonFloat(const cJSON *object, const char *key, float fallback);
+
 } // namespace vantel

@@ -7,6 +7,7 @@
 #include "src/vantel/topics.h"
 #include "tools/quenda_tool.h"
 
+#include <algorithm>
 #include <cstring>
 #include <vector>
 
@@ -148,11 +149,13 @@ void handleResult(DmsRecord *record, const std::string &text)
 
 int32_t asrHandler(void *user, int32_t kind, const void *data, int32_t length)
 {
-    if (kind != 0 || !data || length <= 0) return 0;
+    if (kind != 0 || !data) return 0;
+    // A text without a byte is no JSON, and so a failed result like any other.
+    const int bytes = std::max(length, 0);
     dmsGuarded([=, record = static_cast<DmsRecord *>(user)] {
         const char *begin = static_cast<const char *>(data);
-        LDM_LOG(kInfo, "  %s coreAsr result %.*s\n", kLdmTag, length, begin);
-        handleResult(record, std::string(begin, static_cast<size_t>(length)));
+        LDM_LOG(kInfo, "  %s coreAsr result %.*s\n", kLdmTag, bytes, begin);
+        handleResult(record, std::string(begin, static_cast<size_t>(bytes)));
     });
     return 0;
 }

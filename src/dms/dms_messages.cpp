@@ -5,8 +5,6 @@
 #include "src/vantel/topics.h"
 #include "tools/quenda_tool.h"
 
-#include <algorithm>
-#include <cfloat>
 #include <cstring>
 
 namespace vantel
@@ -100,10 +98,8 @@ void onCtrl(DmsRecord *record, const char *payload)
 void onSetParams(DmsRecord *record, const char *payload)
 {
     Json parsed = jsonParse(payload);
-    const cJSON *confidence = jsonMember(jsonObject(parsed.get(), "asr"), "confidence");
-    if (!cJSON_IsNumber(confidence)) return;
     record->asrConfidence =
-        static_cast<float>(std::clamp<double>(confidence->valuedouble, -FLT_MAX, FLT_MAX));
+        jsonFloat(jsonObject(parsed.get(), "asr"), "confidence", record->asrConfidence);
 }
 
 void onNetStatus(DmsRecord *, const char *payload)

@@ -48,10 +48,7 @@ void onSetParams(VadRecord *record, const Payload &payload)
     Json message = jsonParse(payload.text());
     const cJSON *snr = jsonObject(message.get(), "snr");
     if (!snr) return;
-    const cJSON *confidence = jsonMember(snr, "confidence");
-    if (cJSON_IsNumber(confidence)) {
-        record->snrThreshold = static_cast<float>(confidence->valuedouble);
-    }
+    record->snrThreshold = jsonFloat(snr, "confidence", record->snrThreshold);
     HeapText printed = jsonPrint(snr);
     VAD_LOG(kInfo, "  %s snr: %s\n", kVadTag, orNull(printed.get()));
 }

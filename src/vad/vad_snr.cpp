@@ -56,7 +56,7 @@ void measure(VadRecord *record)
     float ratio = 0.0F;
     if (snr(voice.bytes.get(), voice.length / kSampleBytes, silence.bytes.get(),
             silence.length / kSampleBytes, &ratio) != 0) {
-        VAD_LOG(kError, "  %s snr core error\n", kVadTag);
+        VAD_LOG(kError, "  %s snr core error", kVadTag);
         publishError(record->node, kErrSnrCore);
     } else if (record->snrThreshold > ratio) {
         VAD_LOG(kError, "  %s snr drop, snr conf: %f\n", kVadTag, static_cast<double>(ratio));
