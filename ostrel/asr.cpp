@@ -1,11 +1,9 @@
 #include "ostrel/asr.h"
 
-#include "ostrel/library.h"
+#include "ostrel/no_throw.h"
 
 #include <algorithm>
 #include <cstring>
-#include <new>
-#include <system_error>
 #include <thread>
 
 #define ASR_LOG(level, ...) ENGINE_LOG("ostrel/asr", level, __VA_ARGS__)
@@ -161,24 +159,20 @@ bool recognise(Recogniser *recogniser, GrammarResult *grammar, NgramResult *ngra
     }
     std::thread beside;
     auto transcribeQuietly = [&] {
-        try {
+        const bool answered = withoutThrowing(false, [&] {
             recogniseNgram(*recogniser, ngram);
-        } catch (const std::bad_alloc &) {
-            *ngram = {};
-        }
+            return true;
+        });
+        if (!answered) *ngram = {};
     };
     bool later = false; // no thread could be had
     try {
         if (transcribes) beside = std::thread{transcribeQuietly};
-    } catch (const std::system_error &) {
+    } catch (const std::exception &) {
         later = true;
     }
-    bool done = false;
-    try {
-        done = recogniseGrammar(recogniser, grammar);
-    } catch (const std::bad_alloc &) {
-        *grammar = {};
-    }
+    const bool done = withoutThrowing(false, [&] { return recogniseGrammar(recogniser, grammar); });
+    if (!done) *grammar = {};
     if (beside.joinable()) beside.join();
     if (later) transcribeQuietly();
     return done;
@@ -201,15 +195,11 @@ int32_t stop(Recogniser *recogniser)
     return done ? 0 : kAsrFailed;
 }
 
-// Nothing thrown may leave the C functions; what can be thrown is a lack of memory.
 template <typename Action> int32_t onHandle(void *handle, Action &&action)
 {
     if (!handle) return kAsrArgument;
-    try {
-        return action(static_cast<Recogniser *>(handle));
-    } catch (const std::bad_alloc &) {
-        return kAsrFailed;
-    }
+    return withoutThrowing<int32_t>(kAsrFailed,
+                                    [&] { return action(static_cast<Recogniser *>(handle)); });
 }
 
 } // namespace
@@ -219,15 +209,13 @@ using namespace vantel::ostrel;
 
 void *ostrel_asr_new(const char *configuration, ostrel_callback callback, void *user)
 {
-    try {
+    return withoutThrowing<void *>(nullptr, [&]() -> void * {
         std::unique_ptr<Recogniser> recogniser = open(configuration);
         if (!recogniser) return nullptr;
         recogniser->callback = callback;
         recogniser->user = user;
         return recogniser.release();
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
+    });
 }
 
 int32_t ostrel_asr_start(void *handle, const char *startText)

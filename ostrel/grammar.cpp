@@ -3,10 +3,10 @@
 #include "contracts/ostrel.h"
 #include "ostrel/library.h"
 #include "ostrel/mandarin.h"
+#include "ostrel/no_throw.h"
 #include "ostrel/pronounce.h"
 
 #include <algorithm>
-#include <new>
 
 #define GRAMMAR_LOG(level, ...) ENGINE_LOG("ostrel/grammar", level, __VA_ARGS__)
 
@@ -105,31 +105,25 @@ int32_t grammarCompile(const cJSON *configuration, std::shared_ptr<const Grammar
 
 } // namespace vantel::ostrel
 
-// Nothing thrown may leave the C functions; what can be thrown is a lack of memory.
+using namespace vantel::ostrel;
 
 void *ostrel_gram_new(const char *configuration)
 {
-    try {
-        return new vantel::ostrel::Compiler{configuration ? configuration : ""};
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
+    return withoutThrowing<void *>(
+        nullptr, [&] { return new Compiler{configuration ? configuration : ""}; });
 }
 
 int32_t ostrel_gram_start(void *handle, const char *configuration)
 {
-    using namespace vantel::ostrel;
     if (!handle) return -1;
-    try {
+    return withoutThrowing(-1, [&] {
         return build(configuration ? configuration
                                    : static_cast<Compiler *>(handle)->configuration.c_str());
-    } catch (const std::bad_alloc &) {
-        return -1;
-    }
+    });
 }
 
 int32_t ostrel_gram_delete(void *handle)
 {
-    delete static_cast<vantel::ostrel::Compiler *>(handle);
+    delete static_cast<Compiler *>(handle);
     return handle ? 0 : -1;
 }

@@ -3,11 +3,12 @@
 #include "contracts/ostrel.h"
 #include "ostrel/grammar.h"
 #include "ostrel/mandarin.h"
+#include "ostrel/no_throw.h"
 #include "ostrel/transcriber.h"
 #include "ostrel/vad_detector.h"
 
+#include <algorithm>
 #include <mutex>
-#include <new>
 #include <vector>
 
 #define LIBRARY_LOG(level, ...) ENGINE_LOG("ostrel/library", level, __VA_ARGS__)
@@ -29,7 +30,7 @@ constexpr int32_t (*kLoadSteps[])() = {vadModelsLoad};
 constexpr void (*kReleaseSteps[])() = {vadModelsRelease, transcriberRelease, grammarsRelease,
                                        dictionariesRelease, readingsRelease};
 
-// Without a log file only errors are told, on standard output, unless the log is asked for.
+// Without a log file errors at most are told, on standard output, unless the log is asked for.
 void openLog(const cJSON *configuration)
 {
     constexpr float kDefaultMegabytes = 20;
@@ -37,7 +38,7 @@ void openLog(const cJSON *configuration)
     const cJSON *enable = jsonMember(configuration, "logEnable");
     const cJSON *size = jsonMember(configuration, "size");
     int32_t level = jsonInt(configuration, "level", kDebug);
-    if (!path && !enable) level = kError;
+    if (!path && !enable) level = std::max<int32_t>(level, kError);
     if (enable && !cJSON_IsTrue(enable)) level = kLogNothing;
     lineLogInit(&engineLog(), level, path, jsonInt(configuration, "mode", 0),
                 cJSON_IsNumber(size) ? static_cast<float>(size->valuedouble) : kDefaultMegabytes);
@@ -147,11 +148,7 @@ LineLog &engineLog()
 int32_t ostrel_library_load(const char *configuration)
 {
     using namespace vantel::ostrel;
-    try {
-        lastLoadResult = load(configuration);
-    } catch (const std::bad_alloc &) {
-        lastLoadResult = -1;
-    }
+    lastLoadResult = withoutThrowing(-1, [&] { return load(configuration); });
     return lastLoadResult;
 }
 

@@ -5,13 +5,12 @@
 // when it has ended. Where they fall in the audio does not depend on how the audio was cut into
 // calls, as only whole frames are looked at and passed on.
 #include "contracts/ostrel.h"
-#include "ostrel/library.h"
+#include "ostrel/no_throw.h"
 #include "ostrel/vad_detector.h"
 
 #include <algorithm>
 #include <cinttypes>
 #include <cstring>
-#include <new>
 #include <string>
 
 #define VAD_LOG(level, ...) ENGINE_LOG("ostrel/vad", level, __VA_ARGS__)
@@ -209,17 +208,6 @@ std::unique_ptr<VadRecord> make(const char *text, ostrel_callback callback, void
     return record;
 }
 
-// Nothing may be thrown through the C interface: what fails for lack of memory is a failure.
-template <typename Result, typename Operation> Result guarded(Result failure, Operation operation)
-{
-    try {
-        return operation();
-    } catch (const std::exception &error) {
-        VAD_LOG(kError, "  %s\n", error.what());
-        return failure;
-    }
-}
-
 VadRecord *recordOf(void *handle)
 {
     return static_cast<VadRecord *>(handle);
@@ -232,17 +220,20 @@ using namespace vantel::ostrel;
 
 void *ostrel_vad_new(const char *configuration, ostrel_callback callback, void *user)
 {
-    return guarded<void *>(nullptr, [&] { return make(configuration, callback, user).release(); });
+    return withoutThrowing<void *>(nullptr,
+                                   [&] { return make(configuration, callback, user).release(); });
 }
 
 int32_t ostrel_vad_start(void *handle, const char *startText)
 {
-    return handle ? guarded(-1, [&] { return start(recordOf(handle), startText); }) : -1;
+    if (!handle) return -1;
+    return withoutThrowing(-1, [&] { return start(recordOf(handle), startText); });
 }
 
 int32_t ostrel_vad_feed(void *handle, const void *pcm, int32_t bytes)
 {
-    return handle ? guarded(-1, [&] { return feed(recordOf(handle), pcm, bytes); }) : -1;
+    if (!handle) return -1;
+    return withoutThrowing(-1, [&] { return feed(recordOf(handle), pcm, bytes); });
 }
 
 int32_t ostrel_vad_stop(void *handle)
