@@ -6,6 +6,7 @@
 #include "ostrel/no_throw.h"
 #include "ostrel/transcriber.h"
 #include "ostrel/vad_detector.h"
+#include "platform/platform.h"
 
 #include <algorithm>
 #include <mutex>
@@ -121,19 +122,6 @@ std::string findResource(const std::string &name)
         if (platformPathExists(path.c_str())) return path;
     }
     return {};
-}
-
-bool readFile(const std::string &path, std::string *content)
-{
-    std::unique_ptr<std::FILE, decltype(&std::fclose)> file{platformOpenFile(path.c_str(), "rb"),
-                                                            std::fclose};
-    if (!file) return false;
-    content->clear();
-    char block[65536];
-    size_t bytes;
-    while ((bytes = std::fread(block, 1, sizeof block, file.get())) > 0)
-        content->append(block, bytes);
-    return std::ferror(file.get()) == 0;
 }
 
 LineLog &engineLog()

@@ -6,6 +6,7 @@
 
 #include "tools/json.h"
 #include "tools/line_log.h"
+#include "tools/read_file.h"
 
 #include <memory>
 #include <string>
@@ -34,9 +35,6 @@ std::shared_ptr<const Library> library();
 // installed share/vantel beside the library, else below the build's own. `name` has forward
 // slashes. Empty when it is nowhere.
 std::string findResource(const std::string &name);
-
-// A whole file; false when it cannot be read.
-bool readFile(const std::string &path, std::string *content);
 
 // The engine's own log: "logFile", "logEnable", "level", "mode" and "size" of the configuration.
 LineLog &engineLog();

@@ -1,0 +1,12 @@
+// Whole files as texts.
+#pragma once
+
+#include <string>
+
+namespace vantel
+{
+
+// False when the file, whose path is UTF-8, cannot be read.
+bool readFile(const std::string &path, std::string *content);
+
+} // namespace vantel
