@@ -134,6 +134,12 @@ std::unique_ptr<AudioSource> openAudioFile(const std::string &path, std::string 
         *error = path + ": cannot be opened";
         return nullptr;
     }
+    // A folder can be opened, but not read.
+    if (std::fgetc(file.get()) == EOF) {
+        *error = path + (std::ferror(file.get()) != 0 ? ": cannot be read" : ": is empty");
+        return nullptr;
+    }
+    std::rewind(file.get());
     SF_INFO info{};
     if (isRaw(path)) {
         info.format = SF_FORMAT_RAW | SF_FORMAT_PCM_16 | SF_ENDIAN_LITTLE;
@@ -143,7 +149,7 @@ std::unique_ptr<AudioSource> openAudioFile(const std::string &path, std::string 
     SF_VIRTUAL_IO io{fileBytes, fileSeek, fileRead, fileWrite, fileTell};
     std::unique_ptr<SNDFILE, CloseSound> sound{sf_open_virtual(&io, SFM_READ, &info, file.get())};
     if (!sound) {
-        *error = path + ": " + sf_strerror(nullptr);
+        *error = path + ": no sound file that can be read (" + sf_strerror(nullptr) + ")";
         return nullptr;
     }
     std::string reason;

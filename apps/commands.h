@@ -27,7 +27,7 @@ struct RunOptions {
 // Runs dialogs over recordings or the microphone and shows every event.
 int runCommand(const RunOptions &options);
 
-// Compiles a grammar and shows what is wrong with it, or what it holds.
-int grammarCheckCommand(const std::string &path, const std::string &language);
+// Compiles a grammar and shows what is wrong with it.
+int grammarCheckCommand(const std::string &path);
 
 } // namespace vantel::app

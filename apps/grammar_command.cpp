@@ -1,15 +1,11 @@
 #include "apps/commands.h"
 
+#include "apps/engine_log.h"
+#include "apps/grammar.h"
 #include "contracts/ostrel.h"
-#include "platform/platform.h"
 #include "tools/json.h"
-#include "tools/quenda_tool.h"
 
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
-#include <string>
-#include <system_error>
 
 namespace vantel::app
 {
@@ -18,59 +14,39 @@ namespace
 
 constexpr int kErrorsOnly = 5;
 
-HeapText textWith(std::initializer_list<std::pair<const char *, std::string>> members)
+int32_t loadEngine(const LogFolder &logs)
 {
-    Json object{cJSON_CreateObject()};
-    for (const auto &[key, value] : members)
-        cJSON_AddStringToObject(object.get(), key, value.c_str());
-    cJSON_AddTrueToObject(object.get(), "logEnable");
-    cJSON_AddNumberToObject(object.get(), "level", kErrorsOnly);
-    return jsonPrint(object.get());
-}
-
-std::filesystem::path temporaryLog()
-{
-    char id[kUuidBytes];
-    quendaGetUUID(id, "vantel-grammar");
-    return std::filesystem::temp_directory_path() / (std::string("vantel-") + id + ".log");
-}
-
-// The messages of a log, each behind its line's header, which two '#' close.
-void printMessages(const std::filesystem::path &path)
-{
-    std::ifstream log{path, std::ios::binary};
-    for (std::string line; std::getline(log, line);) {
-        size_t end = line.find('#', line.find('#') + 1);
-        size_t text = line.find_first_not_of(' ', end == std::string::npos ? 0 : end + 1);
-        if (text != std::string::npos) std::fprintf(stderr, "%s\n", line.c_str() + text);
-    }
-}
-
-int32_t compile(const std::string &path, const std::string &language)
-{
-    HeapText configuration = textWith({{"file", path}, {"language", language}});
-    void *grammar = ostrel_gram_new(configuration.get());
-    if (!grammar) return -1;
-    int32_t result = ostrel_gram_start(grammar, configuration.get());
-    ostrel_gram_delete(grammar);
-    return result;
+    Json configuration{cJSON_CreateObject()};
+    cJSON_AddStringToObject(configuration.get(), "logFile", logs.engineLog().c_str());
+    cJSON_AddNumberToObject(configuration.get(), "level", kErrorsOnly);
+    return ostrel_library_load(jsonPrint(configuration.get()).get());
 }
 
 } // namespace
 
-int grammarCheckCommand(const std::string &path, const std::string &language)
+int32_t compileGrammar(const cJSON *configuration)
+{
+    HeapText text = jsonPrint(configuration);
+    void *grammar = ostrel_gram_new(text.get());
+    if (!grammar) return -1;
+    const int32_t result = ostrel_gram_start(grammar, text.get());
+    ostrel_gram_delete(grammar);
+    return result;
+}
+
+int grammarCheckCommand(const std::string &path)
 {
     // The engine tells in its log what is wrong, and where.
-    std::filesystem::path log = temporaryLog();
-    HeapText library = textWith({{"logFile", log.generic_string()}});
-    int32_t result = ostrel_library_load(library.get());
+    LogFolder logs;
+    logs.useTemporary();
+    int32_t result = loadEngine(logs);
     if (result == 0) {
-        result = compile(path, language);
+        Json configuration{cJSON_CreateObject()};
+        cJSON_AddStringToObject(configuration.get(), "file", path.c_str());
+        result = compileGrammar(configuration.get());
         ostrel_library_release();
     }
-    printMessages(log);
-    std::error_code ignored;
-    std::filesystem::remove(log, ignored);
+    logs.showErrors();
     if (result != 0) {
         std::fprintf(stderr, "vantel: %s does not compile (code %d)\n", path.c_str(), result);
         return kExitError;

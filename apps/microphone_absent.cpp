@@ -6,7 +6,7 @@ namespace vantel::app
 namespace
 {
 
-constexpr char kWhy[] = "this build has no microphone support; give a recording with --audio";
+constexpr char kWhy[] = "this build has no microphone support; vantel run FILE hears a recording";
 
 } // namespace
 

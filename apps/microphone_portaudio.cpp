@@ -49,7 +49,7 @@ public:
         const PaDeviceInfo *info = index == paNoDevice ? nullptr : Pa_GetDeviceInfo(index);
         if (failure == paNoError && (!info || info->maxInputChannels < 1)) {
             *error = device >= 0 ? "device " + std::to_string(device) + " is no microphone"
-                                 : "no microphone found";
+                                 : "no microphone found; vantel run FILE hears a recording";
             return false;
         }
         if (failure == paNoError) {

@@ -1,10 +1,9 @@
 #include "apps/audio_source.h"
 #include "apps/commands.h"
-#include "apps/defaults.h"
+#include "apps/configuration.h"
+#include "apps/engine_log.h"
 #include "apps/session.h"
 #include "apps/timeline.h"
-#include "platform/platform.h"
-#include "tools/json.h"
 
 #include <atomic>
 #include <csignal>
@@ -30,86 +29,13 @@ std::atomic<bool> isInterrupted{false};
 void onInterrupt(int)
 {
     isInterrupted = true;
-}
-
-bool readText(const std::string &path, std::string *text)
-{
-    std::FILE *file = platformOpenFile(path.c_str(), "rb");
-    if (!file) return false;
-    char block[4096];
-    while (size_t bytes = std::fread(block, 1, sizeof block, file))
-        text->append(block, bytes);
-    std::fclose(file);
-    return true;
+    std::signal(SIGINT, SIG_DFL); // the second time ends the program at once
 }
 
 int complain(const std::string &what)
 {
     std::fprintf(stderr, "vantel: %s\n", what.c_str());
     return kExitError;
-}
-
-// The configuration with its grammar, and the part of it that goes to vantelInit.
-struct Configuration {
-    Json parameters;
-    Json initialisation;
-};
-
-bool setGrammar(cJSON *parameters, const std::string &text)
-{
-    cJSON *grammar = cJSON_GetObjectItem(parameters, "gram");
-    if (!cJSON_IsObject(grammar)) return false;
-    cJSON_DeleteItemFromObject(grammar, "file");
-    cJSON_DeleteItemFromObject(grammar, "text");
-    return cJSON_AddStringToObject(grammar, "text", text.c_str()) != nullptr;
-}
-
-bool loadConfiguration(const RunOptions &options, Configuration *out, std::string *error)
-{
-    if (options.configurationPath.empty()) {
-        out->parameters = defaultConfiguration();
-        std::string grammar = demoGrammar(options.language);
-        if (grammar.empty()) {
-            *error = "no demo grammar for the language " + options.language;
-            return false;
-        }
-        setGrammar(out->parameters.get(), grammar);
-    } else {
-        std::string text;
-        if (!readText(options.configurationPath, &text)) {
-            *error = options.configurationPath + ": cannot be read";
-            return false;
-        }
-        out->parameters = jsonParse(text.c_str());
-        if (!cJSON_IsObject(out->parameters.get())) {
-            *error = options.configurationPath + ": not a JSON object";
-            return false;
-        }
-    }
-    if (!options.grammarPath.empty()) {
-        std::string text;
-        if (!readText(options.grammarPath, &text)) {
-            *error = options.grammarPath + ": cannot be read";
-            return false;
-        }
-        if (!setGrammar(out->parameters.get(), text)) {
-            *error = "the configuration has no \"gram\" object to take the grammar";
-            return false;
-        }
-    }
-    out->initialisation.reset(cJSON_DetachItemFromObject(out->parameters.get(), "init"));
-    if (!cJSON_IsObject(out->initialisation.get())) {
-        out->initialisation.reset(cJSON_CreateObject());
-        // Without a log folder the log would go to standard output, between the events.
-        cJSON_AddNumberToObject(out->initialisation.get(), "level", 6);
-    }
-    if (!options.logFolder.empty()) {
-        cJSON_DeleteItemFromObject(out->initialisation.get(), "level");
-        cJSON_DeleteItemFromObject(out->initialisation.get(), "logDirPath");
-        cJSON_AddNumberToObject(out->initialisation.get(), "level", 1);
-        cJSON_AddStringToObject(out->initialisation.get(), "logDirPath", options.logFolder.c_str());
-    }
-    return true;
 }
 
 // Every input file one after the other, silence between them.
@@ -158,6 +84,47 @@ private:
     double silence_ = 0; // seconds fed behind the current source
 };
 
+void setLogging(cJSON *initialisation, int level, const std::string &folder)
+{
+    cJSON_DeleteItemFromObject(initialisation, "level");
+    cJSON_DeleteItemFromObject(initialisation, "logDirPath");
+    cJSON_AddNumberToObject(initialisation, "level", level);
+    if (!folder.empty()) cJSON_AddStringToObject(initialisation, "logDirPath", folder.c_str());
+}
+
+// Decides where the logs go: to the folder of the options, else where the configuration says. When
+// neither says anything, only errors are logged, and nothing comes between the events.
+bool chooseLogs(const RunOptions &options, Configuration *configuration, LogFolder *logs,
+                std::string *error)
+{
+    constexpr int kEverything = 1;
+    constexpr int kErrorsOnly = 5;
+    constexpr int kNothing = 6;
+    cJSON *initialisation = configuration->initialisation.get();
+    if (!options.logFolder.empty()) {
+        if (!logs->use(options.logFolder)) {
+            *error = options.logFolder + ": logs cannot be written there";
+            return false;
+        }
+        setLogging(initialisation, kEverything, options.logFolder);
+    } else if (!jsonMember(initialisation, "level") && !jsonMember(initialisation, "logDirPath")) {
+        if (logs->useTemporary()) {
+            setLogging(initialisation, kErrorsOnly, logs->path());
+        } else {
+            setLogging(initialisation, kNothing, "");
+        }
+    }
+    return true;
+}
+
+// Says where more about a failure is to be found.
+std::string withHint(const std::string &error, const RunOptions &options, const LogFolder &logs)
+{
+    if (!options.logFolder.empty())
+        return error + "; the logs in " + options.logFolder + " tell more";
+    return logs.path().empty() ? error + "; --log FOLDER tells more" : error;
+}
+
 bool openInput(const RunOptions &options, std::vector<std::unique_ptr<AudioSource>> *sources,
                std::string *error)
 {
@@ -172,32 +139,31 @@ bool openInput(const RunOptions &options, std::vector<std::unique_ptr<AudioSourc
     return true;
 }
 
-// Feeds the input while the dialog listens, and starts the next dialog when one has ended. False
-// when the dialog cannot go on.
-bool hold(Session &session, Input &input, Timeline &timeline, std::mutex &output,
-          const RunOptions &options)
+// Feeds the input while the dialog listens, and starts the next dialog when one has ended. Returns
+// why the dialog cannot go on; nothing when all input was heard.
+std::string hold(Session &session, Input &input, Timeline &timeline, std::mutex &output,
+                 const RunOptions &options)
 {
     auto due = steady_clock::now();
     int32_t started = 0;
     while (!isInterrupted) {
+        if (session.hasFailed()) return "a part of the speech engine cannot be made";
         std::string status = session.status();
         if (status == "silence") {
-            if (input.isSpent()) return true;
+            if (input.isSpent()) break;
             session.startDialog();
-            if (session.status() == "silence" && session.dialogs() == started) {
-                complain("the dialog does not start");
-                return false;
-            }
+            if (session.status() == "silence" && session.dialogs() == started)
+                return "the dialog does not start";
             started = session.dialogs();
             continue;
         }
         if (status != "listening") {
-            if (!session.waitForChange(status, kReplyLimit)) return false;
+            if (!session.waitForChange(status, kReplyLimit)) return "no reply came";
             due = steady_clock::now();
             continue;
         }
         std::vector<int16_t> chunk = input.next();
-        if (chunk.empty()) return true;
+        if (chunk.empty()) break;
         session.feed(chunk.data(), chunk.size());
         {
             std::lock_guard locked{output};
@@ -208,7 +174,34 @@ bool hold(Session &session, Input &input, Timeline &timeline, std::mutex &output
             std::this_thread::sleep_until(due);
         }
     }
-    return true;
+    return {};
+}
+
+// Returns the exit code; `error` says what went wrong.
+int runDialogs(const RunOptions &options, const Configuration &configuration, Input input,
+               std::string *error)
+{
+    HeapText initialisation = jsonPrint(configuration.initialisation.get());
+    HeapText parameters = jsonPrint(configuration.parameters.get());
+    std::signal(SIGINT, onInterrupt);
+    Timeline timeline{options.isJson};
+    std::mutex output; // events come on the library's threads, progress on this one
+    Session session{initialisation.get(), parameters.get(), [&](const HostEvent &event) {
+                        std::lock_guard locked{output};
+                        timeline.show(event);
+                    }};
+    *error = session.error();
+    if (!error->empty()) return kExitError;
+    *error = hold(session, input, timeline, output, options);
+    session.stopDialog();
+    {
+        std::lock_guard locked{output};
+        timeline.clearProgress();
+    }
+    if (!error->empty()) return kExitError;
+    if (session.commands() > 0) return kExitRecognised;
+    if (!options.isJson) std::printf("no command was recognised\n");
+    return kExitNothingRecognised;
 }
 
 } // namespace
@@ -222,36 +215,18 @@ int runCommand(const RunOptions &options)
         return error.empty() ? 0 : complain(error);
     }
     if (options.audioPaths.empty() && !options.useMicrophone)
-        return complain("nothing to hear: give --audio FILE or --mic");
+        return complain("nothing to hear: give a recording or --mic");
     Configuration configuration;
+    LogFolder logs; // before the session, which still writes while it ends
     std::vector<std::unique_ptr<AudioSource>> sources;
     if (!loadConfiguration(options, &configuration, &error) ||
+        !chooseLogs(options, &configuration, &logs, &error) ||
         !openInput(options, &sources, &error)) {
         return complain(error);
     }
-    HeapText initialisation = jsonPrint(configuration.initialisation.get());
-    HeapText parameters = jsonPrint(configuration.parameters.get());
-
-    std::signal(SIGINT, onInterrupt);
-    Timeline timeline{options.isJson};
-    std::mutex output; // events come on the library's threads, progress on this one
-    Session session{initialisation.get(), parameters.get(), [&](const HostEvent &event) {
-                        std::lock_guard locked{output};
-                        timeline.show(event);
-                    }};
-    if (!session.error().empty()) return complain(session.error());
-    if (session.hasFailed()) return complain("a part of the speech engine cannot be made");
-    Input input{std::move(sources)};
-    const bool held = hold(session, input, timeline, output, options);
-    session.stopDialog();
-    {
-        std::lock_guard locked{output};
-        timeline.clearProgress();
-    }
-    if (!held || session.hasFailed()) return kExitError;
-    if (session.commands() > 0) return kExitRecognised;
-    if (!options.isJson) std::printf("no command was recognised\n");
-    return kExitNothingRecognised;
+    const int code = runDialogs(options, configuration, Input{std::move(sources)}, &error);
+    logs.showErrors();
+    return error.empty() ? code : complain(withHint(error, options, logs));
 }
 
 } // namespace vantel::app

@@ -1,5 +1,6 @@
 #include "apps/session.h"
 
+#include "apps/grammar.h"
 #include "contracts/quillon.h"
 #include "tools/json.h"
 
@@ -34,8 +35,14 @@ Session::Session(const std::string &initialisation, const std::string &parameter
     : sink_(std::move(sink))
 {
     if (int32_t code = vantelInit(initialisation.c_str()); code != 0) {
-        error_ = "the speech engine cannot be loaded (code " + std::to_string(code) +
-                 "); a log folder (--log) tells why";
+        error_ = "the speech engine cannot be loaded (code " + std::to_string(code) + ")";
+        return;
+    }
+    // The library reports no grammar that is wrong; it goes on without a recogniser.
+    Json configuration = jsonParse(parameters.c_str());
+    const cJSON *grammar = jsonObject(configuration.get(), "gram");
+    if (int32_t code = grammar ? compileGrammar(grammar) : 0; code != 0) {
+        error_ = "the grammar does not compile (code " + std::to_string(code) + ")";
         return;
     }
     handle_ = vantelNew(parameters.c_str(), callback, this);

@@ -11,7 +11,7 @@ namespace vantel::app
 namespace
 {
 
-constexpr int32_t kTypePcm = 102;
+constexpr int32_t kTypeJson = 101;
 
 std::string textOf(const char *text)
 {
@@ -29,7 +29,7 @@ std::string quoted(const std::string &text)
     return "\"" + text + "\"";
 }
 
-// {"ms","event","type","data"}; audio is shown as its number of bytes.
+// {"ms","event","type","data"}; audio and other data that is no text as its number of bytes.
 std::string jsonLine(const HostEvent &event)
 {
     Json object{cJSON_CreateObject()};
@@ -37,7 +37,7 @@ std::string jsonLine(const HostEvent &event)
     cJSON_AddNumberToObject(object.get(), "event", event.event);
     cJSON_AddNumberToObject(object.get(), "type", event.type);
     cJSON *data = nullptr;
-    if (event.type == kTypePcm) {
+    if (event.type != kTypeJson) {
         data = cJSON_CreateObject();
         cJSON_AddNumberToObject(data, "bytes", static_cast<double>(event.data.size()));
     } else {
@@ -80,7 +80,7 @@ void Timeline::show(const HostEvent &event)
         std::fflush(stdout);
         return;
     }
-    if (event.type == kTypePcm) return;
+    if (event.type != kTypeJson) return;
     Json data = jsonParse(event.data.c_str());
     const cJSON *dm = jsonMember(data.get(), "dm");
     switch (event.event) {

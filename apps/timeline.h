@@ -20,7 +20,6 @@ public:
 
 private:
     void line(int64_t ms, const std::string &label, const std::string &text);
-    void showStatus(const HostEvent &event);
 
     bool isJson_;
     bool showsProgress_;
