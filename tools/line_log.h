@@ -4,6 +4,7 @@
 #pragma once
 
 #include "platform/platform.h"
+#include "tools/printf_format.h"
 #include "tools/quenda_mk_thread.h"
 
 #include <atomic>
@@ -12,12 +13,6 @@
 #include <cstdio>
 #include <memory>
 #include <string>
-
-#if defined(__MINGW32__) && !defined(__clang__)
-#define VANTEL_PRINTF(at, first) __attribute__((format(gnu_printf, at, first)))
-#else
-#define VANTEL_PRINTF(at, first) __attribute__((format(printf, at, first)))
-#endif
 
 namespace vantel
 {

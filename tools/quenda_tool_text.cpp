@@ -141,7 +141,7 @@ int32_t expandSubsets(const char *text, int32_t length, int32_t width, char *out
         out[0] = '[';
         *position = 1;
     }
-    if (remaining > 0) {
+    if (remaining >= width) {
         for (bool leaveOut : {true, false}) {
             HeapText copy = heapCopy({text, static_cast<size_t>(length)});
             if (!copy) {

@@ -6,7 +6,7 @@
 #pragma once
 
 #include "tools/heap_text.h"
-#include "tools/line_log.h"
+#include "tools/printf_format.h"
 
 #include <cstdint>
 
