@@ -37,7 +37,7 @@ constexpr NodeSpec kNode = {"localDms", kTopics, dmsOnMessage, dmsOnCall};
 
 void runDms(void *argument)
 {
-    dmsGuarded([record = static_cast<DmsRecord *>(argument)] {
+    guarded(kDmsLog, [record = static_cast<DmsRecord *>(argument)] {
         runNodeLoop(record, kNode, [record] { publishHeldErrors(record->node, &record->held); });
     });
 }

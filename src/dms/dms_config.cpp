@@ -1,4 +1,3 @@
-#include "src/dms/dms_captures.h"
 #include "src/dms/dms_record.h"
 #include "tools/quenda_tool.h"
 
@@ -12,19 +11,12 @@ std::optional<std::string> optionalText(const char *text)
     return text ? std::optional<std::string>{text} : std::nullopt;
 }
 
-void logModes(const cJSON *configuration)
+void logDuplex(const cJSON *configuration)
 {
     if (jsonIs(configuration, "fullDuplex", "true")) {
         DMS_LOG(kInfo, "  %s enable fullDuplex\n", kDmsTag);
     } else {
         DMS_LOG(kInfo, "  %s disable fullDuplex\n", kDmsTag);
-    }
-    if (!jsonIs(configuration, "micType", "mono")) return;
-    DMS_LOG(kInfo, "  %s micType is mono\n", kDmsTag);
-    if (jsonIs(configuration, "aecMode", "external")) {
-        DMS_LOG(kInfo, "  %s aecMode is external\n", kDmsTag);
-    } else {
-        DMS_LOG(kInfo, "  %s aecMode is internal\n", kDmsTag);
     }
 }
 
@@ -66,14 +58,15 @@ void dmsConfigure(DmsRecord *record, const char *configuration)
     record->deviceId = kDefaultDeviceId;
     Json parsed = jsonParse(configuration);
     if (!parsed) {
-        DMS_LOG(kInfo, "  %s disable fullDuplex\n", kDmsTag);
+        logDuplex(nullptr);
         record->asrEnv = kDefaultAsrEnv;
         _dmsNew(record, nullptr, nullptr);
         return;
     }
     record->subsets = optionalText(jsonString(jsonObject(parsed.get(), "wakeup"), "subsets"));
     record->retryTimes = jsonInt(parsed.get(), "retryTimes", 0);
-    logModes(parsed.get());
+    logDuplex(parsed.get());
+    logMicrophone(kDmsLog, parsed.get());
     if (const char *deviceId = jsonString(parsed.get(), "deviceId")) record->deviceId = deviceId;
     setUpCapture(record, parsed.get());
     record->asrEnv = asrEnvOf(parsed.get());

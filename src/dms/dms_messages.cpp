@@ -1,6 +1,5 @@
 // What the DMS node hears and answers, and the operations of a turn.
 #include "contracts/quillon.h"
-#include "src/dms/dms_captures.h"
 #include "src/dms/dms_record.h"
 #include "src/vantel/topics.h"
 #include "tools/quenda_tool.h"
@@ -161,7 +160,7 @@ int32_t dmsOnMessage(void *user, void *, const char *topic, const void *data, ui
             static_cast<int>(length));
     // Longer messages are beyond the lengths of the engine.
     if (!topic || length > INT32_MAX) return 0;
-    dmsGuarded([=, record = static_cast<DmsRecord *>(user)] {
+    guarded(kDmsLog, [=, record = static_cast<DmsRecord *>(user)] {
         if (std::strcmp(topic, topics::kVadPcm) != 0) {
             follow(kMessages, record, topic, static_cast<const char *>(data));
         } else if (record->state == DmsState::started) {
@@ -174,7 +173,7 @@ int32_t dmsOnMessage(void *user, void *, const char *topic, const void *data, ui
 char *dmsOnCall(void *user, void *, const char *path, const char *data)
 {
     HeapText reply;
-    dmsGuarded([&, record = static_cast<DmsRecord *>(user)] {
+    guarded(kDmsLog, [&, record = static_cast<DmsRecord *>(user)] {
         if (!path || !follow(kCalls, record, path, data))
             reply = dupString(R"({"data":"localDms url not implement"})");
     });

@@ -8,26 +8,28 @@
 #include "contracts/ostrel.h"
 #include "src/agent/error_report.h"
 #include "src/dms/dms.h"
+#include "src/vad/pcm_capture.h"
 #include "src/vantel/instance.h"
+#include "src/vantel/node_log.h"
 #include "tools/json.h"
-#include "tools/log.h"
 #include "tools/quenda_mk_thread.h"
 
 #include <atomic>
 #include <cstdint>
-#include <exception>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 
-#define DMS_LOG(level, ...) VANTEL_LOG("src/dms/dms", level, __VA_ARGS__)
+#define DMS_LOG(level, ...) VANTEL_LOG(kDmsLog.source, level, __VA_ARGS__)
 #define LDM_LOG(level, ...) VANTEL_LOG("src/dms/ldm", level, __VA_ARGS__)
 
 namespace vantel
 {
 
 constexpr char kDmsTag[] = "ZQ-localDms";
+constexpr NodeLog kDmsLog = {"src/dms/dms", kDmsTag};
+constexpr CaptureOwner kAsrCaptures = {kDmsLog, "asr"};
 constexpr char kLdmTag[] = "ZQ-localDms-ldm";
 
 constexpr char kDefaultDeviceId[] = "default";
@@ -64,16 +66,6 @@ struct DmsRecord {
     // Read by the starting thread, written by the node's.
     std::atomic<int32_t> running{0};
 };
-
-// Runs the body of a callback out of a C library: no exception leaves it.
-template <typename Body> void dmsGuarded(Body body) noexcept
-{
-    try {
-        body();
-    } catch (const std::exception &error) {
-        DMS_LOG(kError, "  %s %s\n", kDmsTag, error.what());
-    }
-}
 
 // dms_config.cpp: reads the configuration text (null: nothing is read) and makes the recogniser.
 void dmsConfigure(DmsRecord *record, const char *configuration);

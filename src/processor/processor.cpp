@@ -12,7 +12,7 @@ namespace
 
 void processorRun(void *argument)
 {
-    guarded([record = static_cast<ProcessorRecord *>(argument)] {
+    guarded(kProcessorLog, [record = static_cast<ProcessorRecord *>(argument)] {
         runNodeLoop(record, kProcessorNode);
     });
 }

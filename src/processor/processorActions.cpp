@@ -244,7 +244,7 @@ char *processorOnCall(void *user, void *, const char *path, const char *data)
 {
     ProcessorRecord *record = static_cast<ProcessorRecord *>(user);
     HeapText reply;
-    if (record && path) guarded([&] { reply = answerCall(record, path, data); });
+    if (record && path) guarded(kProcessorLog, [&] { reply = answerCall(record, path, data); });
     return reply.release();
 }
 

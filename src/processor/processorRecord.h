@@ -6,6 +6,7 @@
 
 #include "contracts/quillon.h"
 #include "src/processor/processor.h"
+#include "src/vantel/node_log.h"
 #include "src/vantel/node_loop.h"
 #include "src/vantel/publish.h"
 #include "tools/heap_text.h"
@@ -14,14 +15,14 @@
 
 #include <atomic>
 #include <cstdint>
-#include <exception>
 
-#define PROCESSOR_LOG(level, ...) VANTEL_LOG("src/processor/processor", level, __VA_ARGS__)
+#define PROCESSOR_LOG(level, ...) VANTEL_LOG(kProcessorLog.source, level, __VA_ARGS__)
 
 namespace vantel
 {
 
 constexpr char kProcessorTag[] = "ZQ-localProcessor";
+constexpr NodeLog kProcessorLog = {"src/processor/processor", kProcessorTag};
 
 enum class DialogStatus : int32_t { silence = 1, listening = 2, understanding = 4, speaking = 8 };
 
@@ -85,21 +86,6 @@ inline void setFlag(ProcessorRecord *record, ProcessorFlags flag, bool isOn)
 inline bool isFullDuplex(const ProcessorRecord *record)
 {
     return hasFlag(record, kFullDuplex);
-}
-
-inline bool hasHost(const ProcessorRecord *record)
-{
-    return record->instance && record->instance->callback;
-}
-
-// Runs the body of a callback out of a C library: no exception leaves it.
-template <typename Body> void guarded(Body body) noexcept
-{
-    try {
-        body();
-    } catch (const std::exception &error) {
-        PROCESSOR_LOG(kError, "  %s %s\n", kProcessorTag, error.what());
-    }
 }
 
 // Topics that the processor publishes and hears again.

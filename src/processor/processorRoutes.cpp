@@ -259,7 +259,9 @@ int32_t onmessage(void *user, void *, const char *topic, const void *data, uint3
 {
     const Route *route = topic ? findRoute(topic) : nullptr;
     if (!user || !route) return 0;
-    guarded([&] { route->handle(static_cast<ProcessorRecord *>(user), {topic, data, length}); });
+    guarded(kProcessorLog, [&] {
+        route->handle(static_cast<ProcessorRecord *>(user), {topic, data, length});
+    });
     return 0;
 }
 

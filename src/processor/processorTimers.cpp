@@ -150,7 +150,7 @@ void timerHandler(void *user, void *, int32_t tag)
         PROCESSOR_LOG(kVerbose, "  %s timer default\n", kProcessorTag);
         return;
     }
-    guarded([&] { expired(record, row->timer); });
+    guarded(kProcessorLog, [&] { expired(record, row->timer); });
 }
 
 } // namespace

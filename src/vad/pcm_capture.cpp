@@ -1,12 +1,11 @@
 #include "src/vad/pcm_capture.h"
 
 #include "platform/platform.h"
-#include "tools/log.h"
 
 #include <cstdio>
 #include <memory>
 
-#define CAPTURE_LOG(level, ...) VANTEL_LOG(owner.source, level, __VA_ARGS__)
+#define CAPTURE_LOG(level, ...) VANTEL_LOG(owner.log.source, level, __VA_ARGS__)
 
 namespace vantel
 {
@@ -36,11 +35,11 @@ int32_t createCaptureFolder(const CaptureOwner &owner, const std::string &homePa
     std::string folder = captureFolder(owner, homePath);
     int32_t result = makeDirs(folder.c_str());
     if (result == 0) {
-        CAPTURE_LOG(kInfo, "  %s create %s cache dir success, path: %s\n", owner.tag, owner.word,
-                    folder.c_str());
+        CAPTURE_LOG(kInfo, "  %s create %s cache dir success, path: %s\n", owner.log.tag,
+                    owner.word, folder.c_str());
     } else {
-        CAPTURE_LOG(kError, "  %s create %s cache dir failed, path: %s\n", owner.tag, owner.word,
-                    folder.c_str());
+        CAPTURE_LOG(kError, "  %s create %s cache dir failed, path: %s\n", owner.log.tag,
+                    owner.word, folder.c_str());
     }
     return result;
 }
@@ -57,7 +56,8 @@ void appendCapture(const CaptureOwner &owner, const std::string &path, const voi
 {
     std::unique_ptr<std::FILE, FileClose> file{platformOpenFile(path.c_str(), "ab+")};
     if (!file) {
-        CAPTURE_LOG(kError, "  %s open failed, %s path: %s\n", owner.tag, owner.word, path.c_str());
+        CAPTURE_LOG(kError, "  %s open failed, %s path: %s\n", owner.log.tag, owner.word,
+                    path.c_str());
         return;
     }
     // Unbuffered, so that the count below is what reached the file, also on a full disk.
@@ -65,7 +65,7 @@ void appendCapture(const CaptureOwner &owner, const std::string &path, const voi
     size_t written = count > 0 ? std::fwrite(bytes, 1, count, file.get()) : 0;
     std::fflush(file.get());
     file.reset();
-    CAPTURE_LOG(kDebug, "  %s ret: %d, write path: %s\n", owner.tag, static_cast<int>(written),
+    CAPTURE_LOG(kDebug, "  %s ret: %d, write path: %s\n", owner.log.tag, static_cast<int>(written),
                 path.c_str());
 }
 

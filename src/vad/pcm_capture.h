@@ -4,6 +4,7 @@
 // closed again; nothing here truncates or removes one.
 #pragma once
 
+#include "src/vantel/node_log.h"
 #include "tools/quenda_tool.h"
 
 #include <cstdint>
@@ -14,9 +15,8 @@ namespace vantel
 
 // Whose captures they are; the texts outlive the calls.
 struct CaptureOwner {
-    const char *source; // source path of the log lines
-    const char *tag;    // first argument of the log lines
-    const char *word;   // "vad" or "asr": folder below the cache, and word of the log lines
+    NodeLog log;
+    const char *word; // "vad" or "asr": folder below the cache, and word of the log lines
 };
 
 // What all names made at one moment share.

@@ -27,7 +27,7 @@ constexpr NodeSpec kNode = {"localVad", kTopics, vadOnMessage, vadOnCall};
 
 void runVad(void *argument)
 {
-    guardedCallback([record = static_cast<VadRecord *>(argument)] {
+    guarded(kVadLog, [record = static_cast<VadRecord *>(argument)] {
         runNodeLoop(record, kNode, [record] { publishHeldErrors(record->node, &record->held); });
         if (record->detector) _vadStop(record);
     });
@@ -57,7 +57,7 @@ HeapText startText(const VadRecord *record)
         VAD_LOG(kError, "  %s cJSON create failed\n", kVadTag);
         return nullptr;
     }
-    cJSON_AddItemToObject(start.get(), "pauseTime", cJSON_CreateNumber(record->pauseMs));
+    cJSON_AddNumberToObject(start.get(), "pauseTime", record->pauseMs);
     return jsonPrint(start.get());
 }
 

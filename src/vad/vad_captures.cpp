@@ -1,6 +1,6 @@
-#include "src/vad/vad_captures.h"
-
 #include "src/vad/vad_record.h"
+
+#include <iterator>
 
 namespace vantel
 {

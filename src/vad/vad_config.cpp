@@ -1,5 +1,3 @@
-#include "src/vad/pcm_capture.h"
-#include "src/vad/vad_captures.h"
 #include "src/vad/vad_record.h"
 #include "tools/json.h"
 #include "tools/quenda_tool.h"
@@ -22,17 +20,6 @@ int32_t oneshotBytes(const char *wakeupWord)
     if (!wakeupWord) return kDefaultOneshotBytes;
     const int64_t characters = static_cast<int64_t>(std::strlen(wakeupWord) / kUtf8CharacterBytes);
     return static_cast<int32_t>(std::min<int64_t>(characters * kOneshotCharacterBytes, INT32_MAX));
-}
-
-void logMicrophone(const cJSON *configuration)
-{
-    if (!jsonIs(configuration, "micType", "mono")) return;
-    VAD_LOG(kInfo, "  %s micType is mono\n", kVadTag);
-    if (jsonIs(configuration, "aecMode", "external")) {
-        VAD_LOG(kInfo, "  %s aecMode is external\n", kVadTag);
-    } else {
-        VAD_LOG(kInfo, "  %s aecMode is internal\n", kVadTag);
-    }
 }
 
 void _vadNew(VadRecord *record, const char *vadText)
@@ -93,7 +80,7 @@ void vadConfigure(VadRecord *record, const char *configuration)
     }
     const cJSON *vad = jsonObject(parsed.get(), "vad");
     record->timeoutMs = jsonInt(vad, "timeout", kDefaultTimeoutMs);
-    logMicrophone(parsed.get());
+    logMicrophone(kVadLog, parsed.get());
     if (jsonInt(vad, "fullMode", 0) == 1) {
         setFlag(record, kFullMode);
         VAD_LOG(kInfo, "  %s enable fullMode\n", kVadTag);

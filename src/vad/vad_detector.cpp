@@ -137,7 +137,7 @@ int32_t vadHandler(void *user, int32_t kind, const void *data, int32_t length)
 {
     VadRecord *record = static_cast<VadRecord *>(user);
     const int32_t bytes = data ? std::max(length, 0) : 0;
-    guardedCallback([&] {
+    guarded(kVadLog, [&] {
         if (kind == kStatusKind && data) {
             // The engine's text may lack a terminator.
             onStatus(record,

@@ -125,7 +125,7 @@ int32_t vadOnMessage(void *user, void *, const char *topic, const void *data, ui
     // Longer messages are beyond the lengths of the engine and of the buffers.
     if (!topic || length > INT32_MAX) return 0;
     const Payload payload{data, data ? static_cast<int32_t>(length) : 0};
-    guardedCallback([&] {
+    guarded(kVadLog, [&] {
         for (const Route &route : kRoutes) {
             if (std::strcmp(route.topic, topic) == 0) return route.handle(record, payload);
         }
@@ -137,7 +137,7 @@ char *vadOnCall(void *user, void *, const char *path, const char *)
 {
     VadRecord *record = static_cast<VadRecord *>(user);
     char *reply = nullptr;
-    guardedCallback([&] {
+    guarded(kVadLog, [&] {
         if (path && std::strcmp(path, "/localVad/start") == 0) {
             start(record);
         } else if (path && std::strcmp(path, "/localVad/stop") == 0) {

@@ -8,25 +8,27 @@
 #include "contracts/quillon.h"
 #include "src/agent/error_report.h"
 #include "src/vad/pcm_buffer.h"
+#include "src/vad/pcm_capture.h"
 #include "src/vad/vad.h"
 #include "src/vantel/instance.h"
+#include "src/vantel/node_log.h"
 #include "tools/heap_text.h"
-#include "tools/log.h"
 #include "tools/quenda_mk_thread.h"
 
 #include <array>
 #include <atomic>
 #include <cstdint>
-#include <exception>
 #include <memory>
 #include <string>
 
-#define VAD_LOG(level, ...) VANTEL_LOG("src/vad/vad", level, __VA_ARGS__)
+#define VAD_LOG(level, ...) VANTEL_LOG(kVadLog.source, level, __VA_ARGS__)
 
 namespace vantel
 {
 
 constexpr char kVadTag[] = "ZQ-localVad";
+constexpr NodeLog kVadLog = {"src/vad/vad", kVadTag};
+constexpr CaptureOwner kVadCaptures = {kVadLog, "vad"};
 
 enum class VadState : int32_t { created = 0, started = 1, stopped = 2 };
 
@@ -93,21 +95,6 @@ inline void setFlag(VadRecord *record, VadFlag flag)
 inline void clearFlag(VadRecord *record, VadFlag flag)
 {
     record->flags &= ~flag;
-}
-
-inline bool hasHost(const VadRecord *record)
-{
-    return record->instance && record->instance->callback;
-}
-
-// Runs the body of a callback out of a C library: no exception leaves it.
-template <typename Body> void guardedCallback(Body body) noexcept
-{
-    try {
-        body();
-    } catch (const std::exception &error) {
-        VAD_LOG(kError, "  %s %s\n", kVadTag, error.what());
-    }
 }
 
 // vad_config.cpp: reads the configuration text (null: nothing is read) and makes the detector.

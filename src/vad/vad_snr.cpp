@@ -38,9 +38,9 @@ void publishResult(VadRecord *record, float ratio)
         VAD_LOG(kWarning, "  %s cJSON create error\n", kVadTag);
         return;
     }
-    cJSON_AddItemToObject(result.get(), "silenceLen", cJSON_CreateNumber(record->silence.length));
-    cJSON_AddItemToObject(result.get(), "voiceLen", cJSON_CreateNumber(record->voice.length));
-    cJSON_AddItemToObject(result.get(), "snr", cJSON_CreateNumber(static_cast<double>(ratio)));
+    cJSON_AddNumberToObject(result.get(), "silenceLen", record->silence.length);
+    cJSON_AddNumberToObject(result.get(), "voiceLen", record->voice.length);
+    cJSON_AddNumberToObject(result.get(), "snr", static_cast<double>(ratio));
     HeapText text = jsonPrint(result.get());
     if (text) publishText(record->node, topics::kSnrResult, text.get());
 }

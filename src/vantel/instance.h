@@ -41,6 +41,12 @@ struct Instance {
     void *user = nullptr;
 };
 
+// Whether anything is delivered for the node of this record.
+template <typename Record> bool hasHost(const Record *record)
+{
+    return record->instance && record->instance->callback;
+}
+
 // Calls the host callback, which must be set, and returns its answer.
 inline HeapText deliver(const Instance *instance, const void *data, uint32_t length, int32_t type,
                         int32_t event)
