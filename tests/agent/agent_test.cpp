@@ -1,13 +1,9 @@
-#include "tests/vantel/recorded_host.h"
-
+#include "include/vantel/vantel.h"
 #include "src/agent/agent_operations.h"
-
-#include <functional>
+#include "tests/support/bench.h"
 
 namespace
 {
-
-using recording::Publication;
 
 const std::string kStart = R"({"operation":"start"})";
 const std::string kStop = R"({"operation":"stop"})";
@@ -18,9 +14,8 @@ struct Row {
     std::function<int32_t(void *)> operation;
     int32_t result;
     std::string lines;      // of the agent: each a level letter, a blank and the message
-    std::string topic = {}; // empty: nothing is published
-    std::string data = {};
-    bool isNull = false;
+    std::string topic = {}; // without "sys."; empty: nothing is published
+    std::string data = {};  // "(null)" for none
 };
 
 auto with(int32_t (*operation)(void *, const char *), const char *params)
@@ -90,29 +85,29 @@ const Row kRows[] = {
     {"{}", with(vantelOperateOauth, "x"), 0, "I onOperateOauth: x", "api.localAgent.operateOauth", "x"},
     {"{}", with(vantelOperateOauth, nullptr), 0, "I onOperateOauth: NULL"},
     {"{}", with(vantelCloudVprRegister, "x"), 0, "I onCloudVprRegister, params: x", "api.localAgent.VprRegister", "x"},
-    {"{}", with(vantelCloudVprUnregister, nullptr), 0, "I onCloudVprUnregister, params: NULL", "api.localAgent.VprUnregister", "", true},
+    {"{}", with(vantelCloudVprUnregister, nullptr), 0, "I onCloudVprUnregister, params: NULL", "api.localAgent.VprUnregister", "(null)"},
     {"{}", with(vantelCloudVprVerify, "x"), 0, "I onCloudVprVerify, params: x", "api.localAgent.VprVerify", "x"},
 
-    {kRecorder, with(vantelFeedData, "\0pcm", 4), 0, "V onFeed", "sys.localRecorder.pcm", std::string("\0pcm", 4)},
-    {kRecorder, with(vantelFeedData, "", 0), 0, "V onFeed", "sys.localRecorder.pcm", ""},
-    {kRecorder, with(vantelFeedData, nullptr, 0), 0, "V onFeed", "sys.localRecorder.pcm", "", true},
+    {kRecorder, with(vantelFeedData, "\0pcm", 4), 0, "V onFeed", "localRecorder.pcm", std::string("\0pcm", 4)},
+    {kRecorder, with(vantelFeedData, "", 0), 0, "V onFeed", "localRecorder.pcm", ""},
+    {kRecorder, with(vantelFeedData, nullptr, 0), 0, "V onFeed", "localRecorder.pcm", "(null)"},
     {kRecorder, with(vantelFeedData, nullptr, 1), -1, "V onFeed\nE onFeed failed, due to null data"},
     {kRecorder, with(vantelFeedData, "", -1), -1, "V onFeed\nE onFeed failed, due to len<0"},
     {R"({"recorder":{"mode":"External"}})", with(vantelFeedData, "", -1), 0, "E onFeed failed, due to using internal recorder"},
 
-    {"{}", with(vantelFeedCustomTTSDataBegin, nullptr), 0, "I agentFeedCustomTTSDatdBegin", "api.localAgent.customDataBegin", "", true},
+    {"{}", with(vantelFeedCustomTTSDataBegin, nullptr), 0, "I agentFeedCustomTTSDatdBegin", "api.localAgent.customDataBegin", "(null)"},
     {"{}", with(vantelFeedCustomTTSData, "a\0b", 3), 0, "D agentFeedCustomTTSData len: 3", "api.localTts.customData", std::string("a\0b", 3)},
     {"{}", with(vantelFeedCustomTTSData, "a", -1), -1, "D agentFeedCustomTTSData len: -1\nE agentFeedCustomTTSData failed, due to len<0"},
     {"{}", with(vantelFeedCustomTTSDataEnd, "{}"), 0, "I agentFeedCustomTTSDataEnd", "api.localAgent.customDataEnd", "{}"},
     {"{}", with(vantelNotifyTTSEnd, nullptr), 0, "W agentNotifyTTSEnd, not using external player or external tts"},
     {kPlayer, with(vantelFeedCustomTTSData, nullptr, -1), 0, "I params is NULL"},
     {kPlayer, with(vantelFeedCustomTTSDataBegin, "{}"), 0, ""},
-    {kPlayer, with(vantelNotifyTTSEnd, "x"), 0, "I agentNotifyTTSEnd", "sys.localPlayer.wait", "", true},
+    {kPlayer, with(vantelNotifyTTSEnd, "x"), 0, "I agentNotifyTTSEnd", "localPlayer.wait", "(null)"},
     {kCntts, with(vantelFeedCustomTTSData, "a", 1), 0, ""},
     {kCntts, with(vantelFeedCustomTTSDataEnd, "{}"), 0, ""},
-    {kCntts, with(vantelNotifyTTSEnd, nullptr), 0, "I agentNotifyTTSEnd", "sys.localPlayer.wait", "", true},
+    {kCntts, with(vantelNotifyTTSEnd, nullptr), 0, "I agentNotifyTTSEnd", "localPlayer.wait", "(null)"},
 
-    {kCamera, image("\xff\0im", 4), 0, "D onFeedImage", "sys.localFace.image", kFrame},
+    {kCamera, image("\xff\0im", 4), 0, "D onFeedImage", "localFace.image", kFrame},
     {kCamera, image("i", 0), 0, "D onFeedImage\nW imgLen is 0"},
     {kCamera, image(nullptr, 4), 0, "D onFeedImage\nW imgLen is 0"},
     {kFace, image("i", 1), 0, kNoCamera},
@@ -128,27 +123,21 @@ const Row kRows[] = {
 };
 // clang-format on
 
-class Agent : public RecordedHost
+class Agent : public Bench
 {
 protected:
+    Agent() { initialise(); }
+
     // The agent's lines since `forget`, as the rows have them.
-    std::string lines() const
+    std::string lines()
     {
         const std::string tag = "]  ZQ-localAgent ";
         std::string text;
-        for (const std::string &line : log("ZQ-localAgent")) {
-            text += (text.empty() ? "" : "\n") + line.substr(1, 1) + " " +
-                    line.substr(line.find(tag) + tag.size());
+        for (const std::string &line : log(tag)) {
+            text +=
+                (text.empty() ? "" : "\n") + line.substr(1, 1) + " " + line.substr(2 + tag.size());
         }
         return text;
-    }
-    // The messages published since `forget`, each "topic data".
-    Lines published() const
-    {
-        Lines all;
-        for (const Publication &publication : recording::published())
-            all.push_back(publication.topic + " " + publication.data);
-        return all;
     }
 };
 
@@ -157,74 +146,59 @@ TEST_F(Agent, PassesEachRequestOnOrSaysWhyNot)
     std::string configuration;
     for (const Row &row : kRows) {
         SCOPED_TRACE(std::string(row.configuration) + " " + row.topic + " " + row.lines);
-        if (row.configuration != configuration) start(row.configuration);
+        if (row.configuration != configuration) beginNode(Node::agent, row.configuration);
         configuration = row.configuration;
         forget();
         EXPECT_EQ(row.operation(handle), row.result);
         EXPECT_EQ(lines(), row.lines);
-        std::vector<Publication> expected;
-        if (!row.topic.empty()) expected.push_back({"localAgent", row.topic, row.data, row.isNull});
-        EXPECT_EQ(recording::published(), expected);
+        EXPECT_EQ(trace(), row.topic.empty() ? Lines{} : Lines{row.topic + " " + row.data});
     }
-}
-
-TEST_F(Agent, SubscribesToItsTopicsInTheirOrder)
-{
-    start("{}");
-    EXPECT_EQ(recording::topics("localAgent"),
-              R"(["root.cancel.sticky","sys.localSocket.qxFindDevice",)"
-              R"("sys.localSocket.qxDownload","sys.localSocket.qxreset","sys.localSocket.qxdfu",)"
-              R"("sys.localSocket.qxOperateInfo"])");
 }
 
 TEST_F(Agent, FailsTheRequestsOfTheCompanionDevice)
 {
-    start("{}");
     const std::string failed = R"({"result":"failed"})";
+    beginNode(Node::agent, "{}");
     for (const auto &[topic, name, result] :
-         {std::tuple{"sys.localSocket.qxDownload", "onQXDownload", "sys.qxDownload.result "},
-          std::tuple{"sys.localSocket.qxdfu", "onQXDFU", "sys.qxdfu.result "},
-          std::tuple{"sys.localSocket.qxreset", "onQXReset", "sys.qxreset.result "}}) {
+         {std::tuple{"sys.localSocket.qxDownload", "onQXDownload", "qxDownload.result "},
+          std::tuple{"sys.localSocket.qxdfu", "onQXDFU", "qxdfu.result "},
+          std::tuple{"sys.localSocket.qxreset", "onQXReset", "qxreset.result "}}) {
         forget();
-        recording::send("localAgent", topic, "{}");
-        recording::sendNull("localAgent", topic);
-        std::string line = std::string("I ") + name + ": NULL";
+        send(topic, "{}");
+        sendNull(topic);
+        const std::string line = std::string("I ") + name + ": NULL";
         EXPECT_EQ(lines(), line + "\n" + line);
-        EXPECT_EQ(published(), (Lines{result + failed, result + failed}));
+        EXPECT_EQ(trace(), (Lines{result + failed, result + failed}));
     }
 
     forget();
-    recording::send("localAgent", "sys.localSocket.qxFindDevice", R"({ "a": 1 })");
-    recording::send("localAgent", "sys.localSocket.qxFindDevice", "no");
-    recording::sendNull("localAgent", "sys.localSocket.qxFindDevice");
+    send("sys.localSocket.qxFindDevice", R"({ "a": 1 })");
+    send("sys.localSocket.qxFindDevice", "no");
+    sendNull("sys.localSocket.qxFindDevice");
+    send("sys.localSocket.qxOperateInfo", "x");
+    sendNull("sys.localSocket.qxOperateInfo");
+    send("root.cancel.sticky", "x");
+    send("sys.localSocket.QXDFU", "x");
     EXPECT_EQ(lines(), "I onQXFindDevice: { \"a\": 1 }\nI onQXFindDevice: no\n"
-                       "E findDevice not params");
-    EXPECT_EQ(published(), (Lines{R"(sys.qxFindDevice.result {"result":"failed","input":{"a":1}})",
-                                  "sys.qxFindDevice.result " + failed}));
-
-    forget();
-    recording::send("localAgent", "sys.localSocket.qxOperateInfo", "x");
-    recording::sendNull("localAgent", "sys.localSocket.qxOperateInfo");
-    recording::send("localAgent", "root.cancel.sticky", "x");
-    recording::send("localAgent", "sys.localSocket.QXDFU", "x");
-    EXPECT_EQ(lines(), "I onQXOperateInfo: x\nE qxoperateInfo not params");
-    EXPECT_EQ(published(), Lines{});
+                       "E findDevice not params\n"
+                       "I onQXOperateInfo: x\nE qxoperateInfo not params");
+    EXPECT_EQ(trace(), (Lines{R"(qxFindDevice.result {"result":"failed","input":{"a":1}})",
+                              "qxFindDevice.result " + failed}));
 }
 
 TEST_F(Agent, AnswersItsTwoPathsWithNothingAndOthersWithANotice)
 {
-    start("{}");
-    EXPECT_EQ(recording::call("localAgent", "/localAgent/start"), "(null)");
-    EXPECT_EQ(recording::call("localAgent", "/localAgent/stop"), "(null)");
+    beginNode(Node::agent, "{}");
+    forget();
+    EXPECT_EQ(call("/localAgent/start"), "(null)");
+    EXPECT_EQ(call("/localAgent/stop"), "(null)");
     EXPECT_EQ(log(), Lines{});
-    EXPECT_EQ(recording::call("localAgent", "/localAgent/other"),
-              R"({"data":"localAgent url not implement"})");
+    EXPECT_EQ(call("/localAgent/other"), R"({"data":"localAgent url not implement"})");
     EXPECT_EQ(lines(), "D not implement, url: /localAgent/other");
 }
 
 TEST_F(Agent, CustomAudioWithoutAnAgentIsIgnored)
 {
-    start("{}");
     EXPECT_EQ(vantel::agentFeedCustomTTSDataBegin(nullptr, "{}"), 0);
     EXPECT_EQ(vantel::agentFeedCustomTTSData(nullptr, "a", 1), 0);
     EXPECT_EQ(vantel::agentFeedCustomTTSDataEnd(nullptr, "{}"), 0);

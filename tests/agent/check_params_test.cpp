@@ -1,24 +1,23 @@
-#include "tests/vantel/recorded_host.h"
-#include "tools/json.h"
-
+#include "include/vantel/vantel.h"
 #include "src/agent/check_params.h"
+#include "tests/support/bench.h"
+#include "tools/json.h"
 
 namespace
 {
 
 using Operation = int32_t (*)(void *, const char *);
-using Texts = std::vector<std::string>;
 
 // Values of the kinds that a member must not have.
-const Texts kNotFilledString = {R"("")", "1", "true", "null", "[]", "{}"};
-const Texts kNotString = {"1", "true", "null", "[]", "{}"};
-const Texts kNotNumber = {R"("1")", "true", "null", "[]", "{}"};
-const Texts kNotArray = {R"("[]")", "1", "true", "null", "{}"};
+const Lines kNotFilledString = {R"("")", "1", "true", "null", "[]", "{}"};
+const Lines kNotString = {"1", "true", "null", "[]", "{}"};
+const Lines kNotNumber = {R"("1")", "true", "null", "[]", "{}"};
+const Lines kNotArray = {R"("[]")", "1", "true", "null", "{}"};
 
 struct Member {
     std::string key;
     std::string good;
-    Texts bad;
+    Lines bad;
     std::string message; // in front of the parameters
 };
 
@@ -110,10 +109,14 @@ std::string objectText(const std::vector<Member> &members, size_t at, const std:
     return text + "}";
 }
 
-class Params : public RecordedHost
+class Params : public Bench
 {
 protected:
-    Params() { start("{}"); }
+    Params()
+    {
+        initialise();
+        beginNode(Node::agent, "{}");
+    }
 
     // The request is refused, and log and error topic carry `message`.
     void expectRefused(Operation operation, const char *params, const std::string &message)
@@ -124,9 +127,8 @@ protected:
         cJSON_AddNumberToObject(report.get(), "errId", -6899);
         cJSON_AddStringToObject(report.get(), "errMsg", "params err");
         cJSON_AddStringToObject(report.get(), "extra", message.c_str());
-        std::vector<recording::Publication> expected = {
-            {"localAgent", "sys.vantel.error", vantel::jsonPrint(report.get()).get(), false}};
-        EXPECT_EQ(recording::published(), expected) << message;
+        EXPECT_EQ(trace(),
+                  Lines{std::string("vantel.error ") + vantel::jsonPrint(report.get()).get()});
         EXPECT_EQ(log("ZQ-MM"), Lines{"[E]  ZQ-MM " + message});
     }
 
@@ -135,10 +137,7 @@ protected:
     {
         forget();
         EXPECT_EQ(request.operation(handle, params.c_str()), 0) << params;
-        std::vector<recording::Publication> expected;
-        if (!request.topic.empty())
-            expected.push_back({"localAgent", request.topic, params, false});
-        EXPECT_EQ(recording::published(), expected) << params;
+        EXPECT_EQ(trace(), request.topic.empty() ? Lines{} : Lines{request.topic + " " + params});
         EXPECT_EQ(log("ZQ-MM"), Lines{});
     }
 };
@@ -150,7 +149,7 @@ TEST_F(Params, FailTheFirstMemberThatIsAbsentOrOfAnotherKind)
         std::string open = isArray ? "[" : "";
         std::string close = isArray ? "]" : "";
         for (size_t at = 0; at < request.members.size(); ++at) {
-            Texts values = request.members[at].bad;
+            Lines values = request.members[at].bad;
             values.push_back("");
             for (const std::string &value : values) {
                 std::string text = open + objectText(request.members, at, value) + close;
@@ -253,15 +252,15 @@ TEST_F(Params, OfAnySizeNestingAndBytesHaveAClearResult)
     EXPECT_EQ(vantelInputText(handle, deep.c_str()), -1);
     std::string wrong = R"({"text":)" + std::string(3000000, '1');
     EXPECT_EQ(vantelInputText(handle, wrong.c_str()), -1);
-    ASSERT_EQ(recording::published().size(), 2U);
-    EXPECT_GT(recording::published()[1].data.size(), wrong.size());
+    ASSERT_EQ(trace().size(), 2U);
+    EXPECT_GT(trace()[1].size(), wrong.size());
 }
 
 TEST_F(Params, WithoutAnAgentAreRefusedAndNotReported)
 {
     forget();
     EXPECT_EQ(vantel::checkParamsSpeak(nullptr, "{}"), -1);
-    EXPECT_TRUE(recording::published().empty());
+    EXPECT_EQ(trace(), Lines{});
     EXPECT_EQ(log("ZQ-MM"), Lines{"[E]  ZQ-MM params is null"});
 }
 

@@ -1,7 +1,6 @@
 #include "src/agent/error_report.h"
-#include "tests/vantel/recorded_host.h"
 
-#include "contracts/quillon.h"
+#include <gtest/gtest.h>
 
 using namespace vantel;
 
@@ -29,31 +28,10 @@ TEST(ErrorReport, HasTheMessageOfItsCodeAndTheExtraTextAsTheValueThatItBeginsWit
         {-7399, R"({"a":[1]} tail)",
          R"({"errId":-7399,"errMsg":"vad core error","extra":{"a":[1]}})"},
         {-7399, "", R"({"errId":-7399,"errMsg":"vad core error","extra":""})"},
-        {-7399, "a \"b\"\n",
-         R"({"errId":-7399,"errMsg":"vad core error","extra":"a \"b\"\n"})"},
+        {-7399, "a \"b\"\n", R"({"errId":-7399,"errMsg":"vad core error","extra":"a \"b\"\n"})"},
     };
     for (const auto &[code, extra, report] : cases)
         EXPECT_STREQ(errorReport(code, extra).get(), report);
-}
-
-TEST(HeldErrors, ArePublishedInTheirOrderOnceThereIsANode)
-{
-    recording::reset();
-    HeldReports held;
-    publishOrHoldError(nullptr, &held, kErrVadCore);
-    publishOrHoldError(nullptr, &held, kErrGramCore);
-    EXPECT_TRUE(recording::published().empty());
-
-    void *node = quillon_node_new(nullptr, "n", nullptr, nullptr, nullptr);
-    publishHeldErrors(node, &held);
-    publishHeldErrors(node, &held);
-    publishOrHoldError(node, &held, kErrAsrCore);
-    std::vector<recording::Publication> expected = {
-        {"n", "sys.vantel.error", R"({"errId":-7399,"errMsg":"vad core error"})", false},
-        {"n", "sys.vantel.error", R"({"errId":-7199,"errMsg":"gram core error"})", false},
-        {"n", "sys.vantel.error", R"({"errId":-7898,"errMsg":"asr core error"})", false},
-    };
-    EXPECT_EQ(recording::published(), expected);
 }
 
 } // namespace

@@ -1,5 +1,5 @@
 // From result texts of the recogniser to what the node publishes, payloads byte for byte.
-#include "tests/dms/dms_node.h"
+#include "tests/dms/dms_bench.h"
 
 namespace
 {
@@ -7,65 +7,62 @@ namespace
 constexpr char kConfiguration[] = R"({"asr":{"res":"a"}})";
 
 const std::string kConfidenceReport =
-    R"(sys.vantel.error {"errId":-7899,"errMsg":"local asr out of confidence boundary"})";
-const std::string kNoTextReport =
-    R"(sys.vantel.error {"errId":-7896,"errMsg":"local asr is null"})";
-const std::string kRetry = R"(sys.localDm.result {"dm":{"shouldEndSession":false}})";
+    R"(vantel.error {"errId":-7899,"errMsg":"local asr out of confidence boundary"})";
+const std::string kNoTextReport = R"(vantel.error {"errId":-7896,"errMsg":"local asr is null"})";
+const std::string kRetry = R"(localDm.result {"dm":{"shouldEndSession":false}})";
 
 struct ResultCase {
     const char *result;
-    Texts published;
+    Lines published;
 };
 
 const ResultCase kResults[] = {
     {R"({"rec":"打 开 空 调","eof":1,"conf":0.8})",
-     {R"(sys.localAsr.result {"text":"打开空调","eof":1,"conf":0.8})",
-      R"(sys.localDm.result {"dm":{"shouldEndSession":true,"input":"打开空调"}})"}},
+     {R"(localAsr.result {"text":"打开空调","eof":1,"conf":0.8})",
+      R"(localDm.result {"dm":{"shouldEndSession":true,"input":"打开空调"}})"}},
     // Key order, and the unchanged copy of "post" beside the changed decision.
     {R"({"post":{"sem":{"dm":{"shouldEndSession":"false","command":{"api":"x"}}}},"conf":1,)"
      R"("pinyin":"a b c","rec":"abc","eof":1})",
-     {R"(sys.localAsr.result {"text":"abc","eof":1,"pinyin":"a b c","conf":1,"post":{"sem":)"
+     {R"(localAsr.result {"text":"abc","eof":1,"pinyin":"a b c","conf":1,"post":{"sem":)"
       R"({"dm":{"shouldEndSession":"false","command":{"api":"x"}}}}})",
-      R"(sys.localDm.result {"dm":{"command":{"api":"x"},"shouldEndSession":false,)"
+      R"(localDm.result {"dm":{"command":{"api":"x"},"shouldEndSession":false,)"
       R"("input":"abc"}})"}},
     // Only the string "false" keeps the session.
     {R"({"rec":"abc","eof":1,"post":{"sem":{"dm":{"shouldEndSession":false,"a":1},"b":2}}})",
-     {R"(sys.localAsr.result {"text":"abc","eof":1,"post":{"sem":{"dm":{"shouldEndSession":false,)"
+     {R"(localAsr.result {"text":"abc","eof":1,"post":{"sem":{"dm":{"shouldEndSession":false,)"
       R"("a":1},"b":2}}})",
-      R"(sys.localDm.result {"dm":{"a":1,"shouldEndSession":true,"input":"abc"},"b":2})"}},
+      R"(localDm.result {"dm":{"a":1,"shouldEndSession":true,"input":"abc"},"b":2})"}},
     {R"({"rec":"abc","eof":1,"post":{"sem":{"slots":[]}}})",
-     {R"(sys.localAsr.result {"text":"abc","eof":1,"post":{"sem":{"slots":[]}}})",
-      R"(sys.localDm.result {"slots":[],"dm":{"shouldEndSession":true,"input":"abc"}})"}},
+     {R"(localAsr.result {"text":"abc","eof":1,"post":{"sem":{"slots":[]}}})",
+      R"(localDm.result {"slots":[],"dm":{"shouldEndSession":true,"input":"abc"}})"}},
     {R"({"rec":"abc","eof":1,"post":{"sem":{"dm":"x"}}})",
-     {R"(sys.localAsr.result {"text":"abc","eof":1,"post":{"sem":{"dm":"x"}}})",
-      R"(sys.localDm.result {"dm":{"shouldEndSession":true,"input":"abc"}})"}},
+     {R"(localAsr.result {"text":"abc","eof":1,"post":{"sem":{"dm":"x"}}})",
+      R"(localDm.result {"dm":{"shouldEndSession":true,"input":"abc"}})"}},
     // Shorter than three bytes.
     {R"({"rec":"ok","eof":1})",
-     {R"(sys.localAsr.result {"text":"","eof":1})",
-      R"(sys.localDm.result {"dm":{"shouldEndSession":true,"input":""}})"}},
+     {R"(localAsr.result {"text":"","eof":1})",
+      R"(localDm.result {"dm":{"shouldEndSession":true,"input":""}})"}},
     // Partial results, and those that say neither.
     {R"({"rec":"打 开","eof":0,"pinyin":"da kai","conf":0.6,"post":{}})",
-     {R"(sys.localAsr.result {"var":"打 开","eof":0,"pinyin":"da kai","conf":0.6,"post":{}})"}},
-    {R"({"rec":"打 开","var":0})", {R"(sys.localAsr.result {"var":"打 开","eof":0})"}},
-    {R"({"rec":"打 开","eof":2,"var":0})", {R"(sys.localAsr.result {"var":"打 开","eof":0})"}},
-    {R"({"rec":"打 开","eof":2,"var":1,"conf":0.7})", {R"(sys.localAsr.result {"conf":0.7})"}},
+     {R"(localAsr.result {"var":"打 开","eof":0,"pinyin":"da kai","conf":0.6,"post":{}})"}},
+    {R"({"rec":"打 开","var":0})", {R"(localAsr.result {"var":"打 开","eof":0})"}},
+    {R"({"rec":"打 开","eof":2,"var":0})", {R"(localAsr.result {"var":"打 开","eof":0})"}},
+    {R"({"rec":"打 开","eof":2,"var":1,"conf":0.7})", {R"(localAsr.result {"conf":0.7})"}},
     // The grammar's result goes before the statistical one unless it fails.
     {R"({"ngram":{"rec":"统计","eof":1},"grammar":{"rec":"语法","eof":1}})",
-     {R"(sys.localAsr.result {"text":"语法","eof":1})",
-      R"(sys.localDm.result {"dm":{"shouldEndSession":true,"input":"语法"}})"}},
+     {R"(localAsr.result {"text":"语法","eof":1})",
+      R"(localDm.result {"dm":{"shouldEndSession":true,"input":"语法"}})"}},
     {R"({"grammar":{"rec":"语法","eof":1,"conf":0.3},"ngram":{"rec":"统计","eof":1,"conf":0.9}})",
-     {R"(sys.localAsr.result {"text":"统计","eof":1,"conf":0.9})",
-      R"(sys.localDm.result {"dm":{"shouldEndSession":true,"input":"统计"}})"}},
+     {R"(localAsr.result {"text":"统计","eof":1,"conf":0.9})",
+      R"(localDm.result {"dm":{"shouldEndSession":true,"input":"统计"}})"}},
     {R"({"grammar":null,"ngram":{"rec":"统计","eof":0}})",
-     {R"(sys.localAsr.result {"var":"统计","eof":0})"}},
+     {R"(localAsr.result {"var":"统计","eof":0})"}},
     // The last one that was tried gives the reason.
     {R"({"grammar":{"rec":"语法","conf":0.3},"ngram":{}})", {kNoTextReport}},
     {R"({"grammar":{},"ngram":{"rec":"统计","conf":0.3}})", {kConfidenceReport}},
 };
 
-class AsrResult : public DmsNode
-{
-};
+using AsrResult = DmsBench;
 
 TEST_F(AsrResult, BecomesRecognitionAndDecision)
 {
@@ -77,8 +74,8 @@ TEST_F(AsrResult, BecomesRecognitionAndDecision)
 TEST_F(AsrResult, ThatIsMalformedCostsAtMostItself)
 {
     const std::string good = R"({"rec":"打 开","eof":0})";
-    const std::string goodPublished = R"(sys.localAsr.result {"var":"打 开","eof":0})";
-    const std::pair<std::string, Texts> cases[] = {
+    const std::string goodPublished = R"(localAsr.result {"var":"打 开","eof":0})";
+    const std::pair<std::string, Lines> cases[] = {
         {"no json", {kConfidenceReport}},
         {std::string("\0{}", 3), {kConfidenceReport}},
         {std::string(2000, '['), {kConfidenceReport}},
@@ -91,46 +88,46 @@ TEST_F(AsrResult, ThatIsMalformedCostsAtMostItself)
         {good + std::string("\0]", 2), {goodPublished}},
         // Wrong types beside a usable text.
         {R"({"rec":"abc","eof":0,"pinyin":7,"post":[1],"var":{}})",
-         {R"(sys.localAsr.result {"var":"abc","eof":0,"post":[1]})"}},
+         {R"(localAsr.result {"var":"abc","eof":0,"post":[1]})"}},
         // Not UTF-8: the bytes are kept, a cut character included.
         {"{\"rec\":\"ab\xE6\x89\",\"eof\":1}",
-         {"sys.localAsr.result {\"text\":\"ab\xE6\x89\",\"eof\":1}",
-          "sys.localDm.result {\"dm\":{\"shouldEndSession\":true,\"input\":\"ab\xE6\x89\"}}"}},
+         {"localAsr.result {\"text\":\"ab\xE6\x89\",\"eof\":1}",
+          "localDm.result {\"dm\":{\"shouldEndSession\":true,\"input\":\"ab\xE6\x89\"}}"}},
     };
     begin(kConfiguration);
     for (const auto &[result, expected] : cases) {
         EXPECT_EQ(recognise({result}), expected) << result;
-        EXPECT_EQ(recognise({good}), Texts{goodPublished}) << result;
+        EXPECT_EQ(recognise({good}), Lines{goodPublished}) << result;
     }
     const std::string huge(3 << 20, 'x');
     EXPECT_EQ(recognise({R"({"rec":")" + huge + R"(","eof":0})"}),
-              Texts{R"(sys.localAsr.result {"var":")" + huge + R"(","eof":0})"});
+              Lines{R"(localAsr.result {"var":")" + huge + R"(","eof":0})"});
 }
 
 TEST_F(AsrResult, BelowTheConfidenceIsDropped)
 {
     const std::string half = R"({"rec":"abc","eof":0,"conf":0.5})";
-    const Texts accepted = {R"(sys.localAsr.result {"var":"abc","eof":0,"conf":0.5})"};
+    const Lines accepted = {R"(localAsr.result {"var":"abc","eof":0,"conf":0.5})"};
     begin(kConfiguration);
-    EXPECT_EQ(recognise({half}), Texts{kConfidenceReport});
-    publish("api.localAgent.setParams", R"({"asr":{"confidence":0.5}})");
+    EXPECT_EQ(recognise({half}), Lines{kConfidenceReport});
+    send("api.localAgent.setParams", R"({"asr":{"confidence":0.5}})");
     EXPECT_EQ(recognise({half}), accepted) << "equal is enough";
-    publish("api.localAgent.setParams", R"({"asr":{"confidence":"0.9"},"snr":{"confidence":9}})");
+    send("api.localAgent.setParams", R"({"asr":{"confidence":"0.9"},"snr":{"confidence":9}})");
     EXPECT_EQ(recognise({half}), accepted) << "only a number counts";
-    publish("api.localAgent.setParams", R"({"asr":{"confidence":1e300}})");
-    EXPECT_EQ(recognise({half}), Texts{kConfidenceReport});
+    send("api.localAgent.setParams", R"({"asr":{"confidence":1e300}})");
+    EXPECT_EQ(recognise({half}), Lines{kConfidenceReport});
 }
 
 TEST_F(AsrResult, FailingIsRetriedSoOftenInARow)
 {
     const std::string failed = R"({"rec":""})";
     const std::string partial = R"({"rec":"abc","eof":0})";
-    const std::string recognition = R"(sys.localAsr.result {"var":"abc","eof":0})";
+    const std::string recognition = R"(localAsr.result {"var":"abc","eof":0})";
     begin(R"({"asr":{},"retryTimes":2})");
     EXPECT_EQ(recognise({failed, failed, failed, "no json"}),
-              (Texts{kRetry, kRetry, kNoTextReport, kRetry}));
+              (Lines{kRetry, kRetry, kNoTextReport, kRetry}));
     EXPECT_EQ(recognise({partial, failed, failed, "no json"}),
-              (Texts{recognition, kRetry, kRetry, kConfidenceReport}));
+              (Lines{recognition, kRetry, kRetry, kConfidenceReport}));
 }
 
 } // namespace

@@ -1,8 +1,6 @@
 // What reaches the host as it came, what is passed on, and the node's call paths.
 #include "tests/processor/dialog_texts.h"
 
-using Names = std::vector<std::string>;
-
 namespace
 {
 
@@ -27,47 +25,48 @@ const std::pair<const char *, int> kDelivered[] = {
 TEST_F(Delivery, ResultsReachTheHostAsTheyCame)
 {
     for (const auto &[topic, event] : kDelivered) {
+        SCOPED_TRACE(topic);
         const std::string code = std::to_string(event) + " ";
-        node->answer(event, "thanks");
-        node->publish(topic, "as it came");
-        EXPECT_EQ(node->traceOf(code), Trace{code + "as it came"}) << topic;
-        EXPECT_EQ(node->log().size(), 2U);
-        node->publishNull(topic);
-        EXPECT_EQ(node->traceOf(code), Trace{code + "(null)"}) << topic;
+        answer(event, "thanks");
+        publish(topic, "as it came");
+        EXPECT_EQ(trace(), Lines{code + "as it came"});
+        EXPECT_EQ(log().size(), 2U);
+        publishNull(topic);
+        EXPECT_EQ(trace(), Lines{code + "(null)"});
     }
     begin("{}", Host::absent);
     for (const auto &[topic, event] : kDelivered)
-        node->publish(topic, "lost");
-    EXPECT_EQ(node->log(), Names{});
+        send(topic, "lost");
+    EXPECT_EQ(log(), Lines{});
 }
 
 TEST_F(Delivery, LinesShowDataAndAnswerWhereTheyHaveAPlaceForThem)
 {
-    const auto lines = [&](const char *topic) {
-        node->publish(topic, "data");
-        return node->log();
+    const std::pair<const char *, Lines> cases[] = {
+        {"sys.localDms.vocabs",
+         {"[I]  ZQ-localProcessor vocabs vantelHandle stamp, data: data",
+          "[V]  ZQ-localProcessor vocabs vantelHandle, customdata: thanks"}},
+        {"sys.localDms.media",
+         {"[I]  ZQ-localProcessor media list vantelHandle stamp,",
+          "[V]  ZQ-localProcessor media list vantelHandle end"}},
+        {"sys.localPlayer.begin", // always the same text, too
+         {R"([I]  ZQ-localProcessor  player vantelHandle stamp, data: {"status":"begin"})",
+          "[V]  ZQ-localProcessor player vantelHandle, customdata: NULL"}},
     };
-    node->answer(1017, "thanks");
-    EXPECT_EQ(lines("sys.localDms.vocabs"),
-              (Names{"[I]  ZQ-localProcessor vocabs vantelHandle stamp, data: data",
-                     "[V]  ZQ-localProcessor vocabs vantelHandle, customdata: thanks"}));
-    EXPECT_EQ(lines("sys.localDms.media"),
-              (Names{"[I]  ZQ-localProcessor media list vantelHandle stamp,",
-                     "[V]  ZQ-localProcessor media list vantelHandle end"}));
-    EXPECT_EQ(lines("sys.localPlayer.begin"), // always the same text, too
-              (Names{"[I]  ZQ-localProcessor  player vantelHandle stamp, data: "
-                     R"({"status":"begin"})",
-                     "[V]  ZQ-localProcessor player vantelHandle, customdata: NULL"}));
-    EXPECT_EQ(node->trace(), Trace{R"(1016 {"status":"begin"})"});
+    answer(1017, "thanks");
+    for (const auto &[topic, lines] : cases) {
+        publish(topic, "data");
+        EXPECT_EQ(log(), lines);
+    }
+    EXPECT_EQ(trace(), Lines{R"(1016 {"status":"begin"})"});
 }
 
 TEST_F(Delivery, OnlyASuccessfulLoginIsReported)
 {
-    node->publish("sys.localDms.authResult", R"({"result":"success"})");
-    node->publish("sys.localDms.authResult", R"({"result":"failed","authType":"oauth"})");
-    EXPECT_EQ(node->trace(), Trace{});
-    node->publish("sys.localDms.authResult", R"({"result":"success","authType":"oauth"})");
-    EXPECT_EQ(node->trace(), Trace{R"(1031 {"result":"success","authType":"oauth"})"});
+    send("sys.localDms.authResult", R"({"result":"success"})");
+    send("sys.localDms.authResult", R"({"result":"failed","authType":"oauth"})");
+    send("sys.localDms.authResult", R"({"result":"success","authType":"oauth"})");
+    EXPECT_EQ(trace(), Lines{R"(1031 {"result":"success","authType":"oauth"})"});
 }
 
 TEST_F(Delivery, ANetworkThatGoesDownWhileSilentResetsTheDialogOnce)
@@ -75,56 +74,56 @@ TEST_F(Delivery, ANetworkThatGoesDownWhileSilentResetsTheDialogOnce)
     const std::string up = R"({"status":"true"})";
     const std::string down = R"({"status":"false"})";
     for (const std::string &report : {up, down, down, up})
-        node->send("sys.net.status", report);
-    node->settle();
+        send("sys.net.status", report);
     const std::string passedOn = "localProcessor.netStatus ";
-    EXPECT_EQ(node->trace(), (Trace{"1028 " + up, passedOn + up, "1028 " + down}) + kDmsReset +
-                                 (Trace{passedOn + down, "1028 " + down, passedOn + down,
-                                        "1028 " + up, passedOn + up}));
+    EXPECT_EQ(trace(), (Lines{"1028 " + up, passedOn + up, "1028 " + down}) + kDmsReset +
+                           (Lines{passedOn + down, "1028 " + down, passedOn + down, "1028 " + up,
+                                  passedOn + up}));
     startDialog();
-    node->answer(1028, "the host's");
-    node->publish("sys.net.status", up);
-    EXPECT_EQ(node->trace(), (Trace{"1028 " + up, passedOn + "the host's"}));
-    EXPECT_EQ(node->log("[D]  ZQ-localProcessor net handle, data: " + up).size(), 1U);
+    answer(1028, "the host's");
+    publish("sys.net.status", up);
+    EXPECT_EQ(trace(), (Lines{"1028 " + up, passedOn + "the host's"}));
+    EXPECT_EQ(logged("[D]  ZQ-localProcessor net handle, data: " + up), 1U);
 }
 
 TEST_F(Delivery, OtherTopicsArePassedOnOrIgnored)
 {
     const std::string pcm("a\0b", 3);
-    node->publish("sys.localProcessor.pcm", pcm);
-    EXPECT_EQ(node->trace(), Trace{"localDms.pcm " + pcm});
+    publish("sys.localProcessor.pcm", pcm);
+    EXPECT_EQ(trace(), Lines{"localDms.pcm " + pcm});
+    forget();
     for (const char *topic :
-         {"sys.snr.resul", "sys.snr.result2", "SYS.snr.result", "", "sys.morvane.doa"}) {
-        node->publish(topic, "{}");
-        EXPECT_EQ(node->trace(), Trace{});
-    }
+         {"sys.snr.resul", "sys.snr.result2", "SYS.snr.result", "sys.morvane.doa"})
+        send(topic, "{}");
+    EXPECT_EQ(trace(), Lines{});
 }
 
 TEST_F(Delivery, CallsForTheDeviceAreForwarded)
 {
-    EXPECT_EQ(node->call("/localProcessor/QXFindDevice"), "(null)");
-    EXPECT_EQ(node->call("/localProcessor/qxreset"),
-              R"({"data":"localProcessor url not implement"})");
-    EXPECT_EQ(node->call("/localProcessor/QXOperateInfo"), "(null)"); // there is no device
-    EXPECT_EQ(node->trace(), Trace{});
-    for (const char *verb : {"QXDownload", "QXDFU", "QXReset", "QXDownloadToDFU"}) {
-        const std::string target = std::string("/localWakeup/") + verb;
-        node->serveDevice(target, "done");
-        EXPECT_EQ(node->call(std::string("/localProcessor/") + verb), "done");
-        EXPECT_EQ(node->trace(), kDmsReset + (Trace{"/localVad/stop (null)", target + " data"}));
+    const auto ask = [&](const std::string &verb) {
+        forget();
+        return call("/localProcessor/" + verb, "data");
+    };
+    EXPECT_EQ(ask("qxreset"), R"({"data":"localProcessor url not implement"})");
+    EXPECT_EQ(ask("QXFindDevice"), "(null)");
+    EXPECT_EQ(trace(), Lines{});
+    for (const std::string verb : {"QXDownload", "QXDFU", "QXReset", "QXDownloadToDFU"}) {
+        EXPECT_EQ(ask(verb), "(null)"); // there is no device
+        spy::record()->replies["/localWakeup/" + verb] = "done";
+        EXPECT_EQ(ask(verb), "done");
+        EXPECT_EQ(trace(), kDmsReset + kVadStop + Lines{"/localWakeup/" + verb + " data"});
     }
-    node->serveDevice("/localWakeup/QXOperateInfo", "");
-    EXPECT_EQ(node->call("/localProcessor/QXOperateInfo"), "(null)");
-    EXPECT_EQ(node->trace(), Trace{"/localWakeup/QXOperateInfo data"});
+    spy::record()->replies["/localWakeup/QXOperateInfo"] = "";
+    EXPECT_EQ(ask("QXOperateInfo"), "(null)");
+    EXPECT_EQ(trace(), Lines{"/localWakeup/QXOperateInfo data"});
 }
 
 TEST_F(Delivery, NothingIsHandledBehindTheExit)
 {
-    node->send("sys.localAgent.exit", "");
-    node->send("sys.snr.result", "{}");
-    node->settle();
-    EXPECT_EQ(node->trace(), Trace{});
-    EXPECT_EQ(node->log(), Names{"[I]  ZQ-localProcessor sys exit"});
+    send("sys.localAgent.exit", "");
+    send("sys.snr.result", "{}");
+    EXPECT_EQ(trace(), Lines{});
+    EXPECT_EQ(log(), Lines{"[I]  ZQ-localProcessor sys exit"});
 }
 
 } // namespace

@@ -1,92 +1,73 @@
-// A whole dialog of the whole system, from the host's first request to silence: every publication,
-// event and log line of the processor, in order.
+// Whole dialogs of the whole system, from the host's first request and the audio that it feeds:
+// every publication, call, event and log line of the processor, in order.
 #include "include/vantel/vantel.h"
-#include "tests/support/scripted_engine.h"
-#include "tests/support/system.h"
-#include "tests/vad/pcm.h"
+#include "tests/processor/dialog_texts.h"
+#include "tests/support/pcm.h"
 
-#include <gtest/gtest.h>
-#include <optional>
-
-using Lines = std::vector<std::string>;
 using scripted::Moment;
 using scripted::Part;
 
 namespace
 {
 
-constexpr char kParams[] =
-    R"({"recorder":{"mode":"external"},"vad":{"pauseTime":50},"asr":{},"dmTimeOut":600000})";
-constexpr char kBegan[] = R"({"status":1,"offset":6400})";
-constexpr char kEnded[] = R"({"status":2,"offset":17600})";
-constexpr char kRecogniser[] = R"({"rec":"打 开 空 调","eof":1,"conf":0.8})";
-constexpr char kRecognised[] = R"({"text":"打开空调","eof":1,"conf":0.8})";
-constexpr char kDecision[] = R"({"dm":{"shouldEndSession":true,"input":"打开空调"}})";
-constexpr char kRecorderStart[] = R"({"operation":"start", "module":"dm"})";
-constexpr char kRecorderStop[] = R"({"operation":"stop", "module":"dm"})";
+const std::string kBegan = R"({"status":1,"offset":6400})";
+const std::string kEnded = R"({"status":2,"offset":17600})";
+// Quiet, speech and quiet, and where the detector finds the speech.
+const std::string kRecording = noise(3200, 30) + noise(4800, 8000) + noise(3200, 30, 2);
+constexpr size_t kInSpeech = 19000;
 
-class WholeDialog : public testing::Test
+class WholeDialog : public Bench
 {
 protected:
-    WholeDialog()
+    void begin(const std::string &options)
     {
-        scripted::reset();
+        initialise();
+        beginSystem((R"({"recorder":{"mode":"external"},"vad":{"pauseTime":50},"asr":{},"gram":{},)"
+                     R"("dmTimeOut":600000)" +
+                     options + "}")
+                        .c_str());
+        forget();
+    }
+    // What the engine makes of the next recording.
+    void expectSpeech(const std::string &result)
+    {
+        settle();
         scripted::emit(Part::vad, Moment::feed, 0, kBegan, 8000);
         scripted::emit(Part::vad, Moment::feed, 1, "speech", 8000);
         scripted::emit(Part::vad, Moment::feed, 0, kEnded, 19200);
-        scripted::emit(Part::asr, Moment::stop, 0, kRecogniser);
-        system.emplace(kParams);
-        system->forget();
+        scripted::emit(Part::asr, Moment::stop, 0, result);
     }
-
     void feed(const std::string &pcm)
     {
-        vantelFeedData(system->handle(), pcm.data(), static_cast<int32_t>(pcm.size()));
-        system->settle();
+        vantelFeedData(handle, pcm.data(), static_cast<int32_t>(pcm.size()));
+        settle();
     }
 
-    // Publications of one member come in its order; those of two may overtake each other. The
-    // signal-to-noise ratio is measured beside the dialog.
-    Lines heard(bool isVads)
+    // What the detector said becomes; it happens on the VAD node's thread, beside the dialog.
+    Lines fromVad() { return traceOf("localVad.") + traceOf("1003 ") + traceOf("102/1003 "); }
+    Lines dialog()
     {
-        Lines lines;
-        for (const support::Message &message : system->heard()) {
-            if (message.topic.starts_with("api.") || message.topic == "sys.localRecorder.pcm" ||
-                message.topic == "sys.snr.result" ||
-                message.topic.starts_with("sys.localVad.") != isVads)
-                continue;
-            lines.push_back(message.topic + " " + (message.isNull ? "(null)" : message.data));
-        }
-        return lines;
+        Lines entries = trace();
+        std::erase_if(entries, [](const std::string &entry) {
+            for (const char *prefix : {"localVad.", "localRecorder.pcm", "snr.result", "api.",
+                                       "1003 ", "1007 ", "102/"}) {
+                if (entry.starts_with(prefix)) return true;
+            }
+            return false;
+        });
+        return entries;
     }
-    Lines heard() { return heard(false); }
-    Lines fromVad() { return heard(true); }
-    Lines events()
-    {
-        Lines lines;
-        for (const support::Event &event : system->events()) {
-            if (event.event != 1007 && event.event != 1042 && event.event != 1043)
-                lines.push_back(std::to_string(event.event) + " " + event.data);
-        }
-        return lines;
-    }
-    Lines log()
+    Lines said()
     {
         const std::string tag = "  ZQ-localProcessor ";
-        Lines lines;
-        for (std::string &line : system->log(tag)) {
-            if (line.find(" snr ") == line.npos) lines.push_back(line.erase(3, tag.size()));
-        }
+        Lines lines = log(tag);
+        std::erase_if(lines,
+                      [](const std::string &line) { return line.find(" snr ") != line.npos; });
+        for (std::string &line : lines)
+            line.erase(3, tag.size());
         return lines;
     }
-
-    std::optional<support::System> system;
 };
-
-std::string status(const std::string &name)
-{
-    return R"({"status":")" + name + R"("})";
-}
 
 // The two lines of an event that the host does not answer.
 Lines told(const std::string &label, const std::string &data)
@@ -97,82 +78,108 @@ Lines told(const std::string &label, const std::string &data)
                 (showsAnswer ? " vantelHandle, customdata: NULL" : " vantelHandle end")};
 }
 
-Lines operator+(Lines first, const Lines &second)
+const std::string kListening = R"({"status":"listening"})";
+const std::string kUnderstanding = R"({"status":"understanding"})";
+
+// The end of a listening turn, in which the recogniser gives its result.
+Lines turnEnds(const std::string &asr, const std::string &dm)
 {
-    first.insert(first.end(), second.begin(), second.end());
-    return first;
+    return {"/localDms/stop (null)", "localAsr.result " + asr, "localDm.result " + dm,
+            "localRecorder.ctrl " + kRecorderStop, R"(snr.calculation {"status":"end"})"};
 }
 
-TEST_F(WholeDialog, RunsFromTheHostsStartToSilenceInItsOrder)
+TEST_F(WholeDialog, InHalfDuplexRunsFromTheHostsStartToSilenceInItsOrder)
 {
-    const std::string recording = noise(3200, 30) + noise(4800, 8000) + noise(3200, 30, 2);
-    const std::string start = kRecorderStart;
-    const std::string stop = kRecorderStop;
+    begin("");
+    vantelStartDialog(handle);
+    EXPECT_EQ(dialog(), listeningBegins() + status("listening") + kRecorderStarts);
+    EXPECT_EQ(said(), (Lines{"[I]onStart listening", "[I]onStart vad", "[I]onStart dms",
+                             "[I]not use fullDulpx, not support syncDmTimeoutAsrMaxText"}) +
+                          told("processor dm status", kListening) +
+                          told("recorder ctrl", kRecorderStart));
+    forget();
 
-    vantelStartDialog(system->handle());
-    EXPECT_EQ(heard(),
-              (Lines{R"(sys.snr.calculation {"status":"begin"})", "sys.localRecorder.ctrl " + start,
-                     "sys.vantel.status " + status("listening")}));
-    EXPECT_EQ(events(), (Lines{"1012 " + status("listening"), "1011 " + start}));
-    EXPECT_EQ(log(), (Lines{"[I]onStart listening", "[I]onStart vad", "[I]onStart dms",
-                            "[I]not use fullDulpx, not support syncDmTimeoutAsrMaxText"}) +
-                         told("processor dm status", status("listening")) +
-                         told("recorder ctrl", start));
-    system->forget();
+    expectSpeech(R"({"grammar":{"rec":"打 开 空 调","eof":1,"conf":0.8,)"
+                 R"("post":{"sem":{"dm":{"command":{"api":"ac.on"}}}}}})");
+    feed(kRecording.substr(0, kInSpeech));
+    EXPECT_EQ(fromVad(), (Lines{"localVad.begin " + kBegan, "localVad.pcm speech", "1003 " + kBegan,
+                                "102/1003 speech"}));
+    EXPECT_EQ(dialog(), Lines{});
+    EXPECT_EQ(said(), Lines{});
+    forget();
 
-    feed(recording.substr(0, 19000)); // speech begins
-    EXPECT_EQ(heard(), Lines{});
-    EXPECT_EQ(fromVad(),
-              (Lines{std::string("sys.localVad.begin ") + kBegan, "sys.localVad.pcm speech"}));
-    EXPECT_EQ(events(), (Lines{std::string("1003 ") + kBegan, "1003 speech"}));
-    EXPECT_EQ(log(), Lines{});
-    system->forget();
-
-    feed(recording.substr(19000)); // speech ends
-    EXPECT_EQ(fromVad(), Lines{std::string("sys.localVad.end ") + kEnded});
-    EXPECT_EQ(heard(),
-              (Lines{std::string("sys.localAsr.result ") + kRecognised,
-                     std::string("sys.localDm.result ") + kDecision,
-                     "sys.localRecorder.ctrl " + stop, R"(sys.snr.calculation {"status":"end"})",
-                     "sys.vantel.status " + status("understanding"), "sys.localDms.reset (null)",
-                     std::string("sys.asr.result ") + kRecognised, "sys.localDms.reset (null)",
-                     std::string("sys.dms.output ") + kDecision, "sys.localRecorder.ctrl " + stop,
-                     R"(sys.snr.calculation {"status":"end"})",
-                     "sys.vantel.status " + status("silence")}));
-    EXPECT_EQ(events(), (Lines{std::string("1003 ") + kEnded, "1012 " + status("understanding"),
-                               "1011 " + stop, std::string("1004 ") + kRecognised,
-                               std::string("1005 ") + kDecision, "1012 " + status("silence"),
-                               "1011 " + stop}));
-    EXPECT_EQ(log(),
+    const std::string command = R"({"api":"ac.on"})";
+    const std::string asr = R"({"text":"打开空调","eof":1,"conf":0.8,)"
+                            R"("post":{"sem":{"dm":{"command":{"api":"ac.on"}}}}})";
+    const std::string dm =
+        R"({"dm":{"command":{"api":"ac.on"},"shouldEndSession":true,"input":"打开空调"}})";
+    feed(kRecording.substr(kInSpeech));
+    EXPECT_EQ(fromVad(), (Lines{"localVad.end " + kEnded, "1003 " + kEnded}));
+    EXPECT_EQ(dialog(), kVadStop + turnEnds(asr, dm) + status("understanding") + kDmsReset +
+                            Lines{"asr.result " + asr} + kDmsReset +
+                            (Lines{"localDms.commandApi " + command, "dms.output " + dm}) +
+                            kRecorderStops +
+                            (Lines{"1004 " + asr, "1013 " + command, "1005 " + dm}) +
+                            listeningEnds() + status("silence") + kRecorderStops);
+    EXPECT_EQ(said(),
               (Lines{"[I]onStop listening", "[I]onStop vad", "[I]onStop dms", "[D]set timerId 1"}) +
-                  told("processor dm status", status("understanding")) +
-                  (Lines{std::string("[I]local asr result: ") + kRecognised, "[I]onReset dms",
-                         std::string("[I]local dm result: ") + kDecision, "[I]onReset dms"}) +
-                  told("recorder ctrl", stop) + Lines{"[D]kill timerId 1"} +
-                  told("asr", kRecognised) + told("dmOutput", kDecision) +
+                  told("processor dm status", kUnderstanding) +
+                  (Lines{"[I]local asr result: " + asr, "[I]onReset dms",
+                         "[I]local dm result: " + dm, "[I]onReset dms"}) +
+                  told("recorder ctrl", kRecorderStop) + Lines{"[D]kill timerId 1"} +
+                  told("asr", asr) + told("dmCommandApi", command) + told("dmOutput", dm) +
                   (Lines{"[I]onStop speaking", "[I]onStop listening", "[I]onStop vad",
                          "[I]onStop dms", "[D]set cancel dilaog timerId 2"}) +
-                  told("processor dm status", status("silence")) + Lines{"[I]disable wakeup"} +
-                  told("recorder ctrl", stop));
-    EXPECT_EQ(system->eventData(1007).size(), 1U);
-    system->forget();
+                  told("processor dm status", R"({"status":"silence"})") +
+                  Lines{"[I]disable wakeup"} + told("recorder ctrl", kRecorderStop));
+    EXPECT_EQ(traceOf("1007").size(), 1U);
+    forget();
 
-    system->advance(40000); // the session is given up
-    EXPECT_EQ(heard(), Lines{"sys.localDms.reset (null)"});
-    EXPECT_EQ(log(),
+    advance(40000); // the session is given up
+    EXPECT_EQ(dialog(), kDmsReset + kVadStop);
+    EXPECT_EQ(said(),
               (Lines{"[V]finish cancel dilaog timerId 2", "[I]onReset dms", "[I]onStop vad"}));
+}
+
+TEST_F(WholeDialog, InFullDuplexAfterAOneshotWakeupGoesOnListening)
+{
+    begin(R"(,"fullDuplex":"true","oneshot":{"enable":"true","timeout":600000})");
+    const std::string wakeupWord = "wake word";
+    feed(wakeupWord);
+    const std::string wakeup = R"({"type":"major","wakeupWord":"你好小驰"})";
+    send("sys.localWakeup.result", wakeup);
+    expectSpeech(R"({"ngram":{"rec":"小 驰 打 开","eof":1,)"
+                 R"("post":{"sem":{"dm":{"shouldEndSession":"false"}}}}})");
+    feed(kRecording.substr(0, kInSpeech));
+    feed(kRecording.substr(kInSpeech));
+    const std::string asr =
+        R"({"text":"打开","eof":1,"post":{"sem":{"dm":{"shouldEndSession":"false"}}}})";
+    const std::string dm = R"({"dm":{"shouldEndSession":false,"input":"打开"}})";
+    EXPECT_EQ(dialog(), Lines{"1002 " + wakeup} + kVadStop + kDmsReset + listeningBegins(wakeup) +
+                            status("listening") + kRecorderStarts + turnEnds(asr, dm) +
+                            status("understanding") + kDmsReset + Lines{"asr.result " + asr} +
+                            kDmsReset + Lines{"dms.output " + dm} + kRecorderStops +
+                            (Lines{"1004 " + asr, "1005 " + dm}) + listeningBegins() +
+                            status("listening") + Lines{"localProcessor.TimerCtrl " + kStart} +
+                            kRecorderStarts);
+    Lines recognised; // chunks that the recogniser was fed
+    for (const scripted::Call &one : scripted::calls("ostrel_asr_feed"))
+        recognised.push_back(one.pcm);
+    EXPECT_EQ(recognised, (Lines{wakeupWord, "speech"}));
+    EXPECT_EQ(scripted::callNames("ostrel_asr_s"),
+              (Lines{"ostrel_asr_start", "ostrel_asr_stop", "ostrel_asr_start"}));
+    EXPECT_EQ(scripted::callNames("ostrel_vad_st"), Lines{"ostrel_vad_start"}) << "it runs on";
 }
 
 TEST_F(WholeDialog, RequestsFromInsideTheCallbackAreServed)
 {
-    system->onEvent([&](const support::Event &event) {
-        if (event.data == status("listening"))
-            vantelInputText(system->handle(), R"({"text":"hi"})");
-        if (event.data == status("understanding")) vantelStopDialog(system->handle());
-    });
-    vantelStartDialog(system->handle());
-    system->settle();
-    EXPECT_EQ(system->statuses(), (Lines{"listening", "understanding", "silence"}));
+    begin("");
+    onEvent = [&](int32_t, const std::string &data) {
+        if (data == kListening) vantelInputText(handle, R"({"text":"hi"})");
+        if (data == kUnderstanding) vantelStopDialog(handle);
+    };
+    vantelStartDialog(handle);
+    EXPECT_EQ(statuses(), (Lines{"listening", "understanding", "silence"}));
 }
 
 } // namespace

@@ -1,137 +1,124 @@
 // Dialogs in full duplex: the VAD keeps running, and the turn's time is the VAD node's.
 #include "tests/processor/dialog_texts.h"
 
-using Names = std::vector<std::string>;
-
 namespace
 {
 
-const Trace kTimerStarts = {std::string("localProcessor.TimerCtrl ") + kStart};
-const Trace kTimerStops = {std::string("localProcessor.TimerCtrl ") + kStop};
-
-Trace dmsEnds()
-{
-    return {"/localDms/stop (null)", std::string("localRecorder.ctrl ") + kRecorderStop,
-            R"(snr.calculation {"status":"end"})"};
-}
+const Lines kTimerStarts = {"localProcessor.TimerCtrl " + kStart};
+const Lines kTimerStops = {"localProcessor.TimerCtrl " + kStop};
+const Lines kTurnEnds = {"/localDms/stop (null)", "localRecorder.ctrl " + kRecorderStop,
+                         R"(snr.calculation {"status":"end"})"};
+const Lines kVadEnds = {"/localVad/stop (null)", R"(snr.calculation {"status":"end"})"};
 
 class FullDuplex : public Dialog
 {
 protected:
     FullDuplex() { begin(kFullDuplex); }
 
-    Trace behindTheFirst()
+    // A reply on its way that the dialog service takes back; what followed its delivery.
+    Lines discard(const std::string &rest)
     {
-        const Trace all = node->trace();
-        return Trace(all.begin() + 1, all.end());
+        publish("sys.rt.output", R"({"dm":{"command":{"api":"discardResponse"})" + rest + "}");
+        const Lines all = trace();
+        EXPECT_TRUE(all.at(0).starts_with("1032 "));
+        return Lines(all.begin() + 1, all.end());
     }
 };
 
 TEST_F(FullDuplex, ATurnKeepsTheVadRunningAndHandsItTheTime)
 {
     startDialog();
-    EXPECT_EQ(node->trace(),
-              listeningBegins() + status("listening") + kTimerStarts + kRecorderStarts);
+    EXPECT_EQ(trace(), listeningBegins() + status("listening") + kTimerStarts + kRecorderStarts);
     startDialog(); // from any status
-    EXPECT_EQ(node->trace(), listeningBegins() + kTimerStarts + kRecorderStarts);
+    EXPECT_EQ(trace(), listeningBegins() + kTimerStarts + kRecorderStarts);
     speechEnds();
-    EXPECT_EQ(node->trace(), dmsEnds() + status("understanding") + kRecorderStops);
+    EXPECT_EQ(trace(), kTurnEnds + status("understanding") + kRecorderStops);
     reply(kContinuing);
-    EXPECT_EQ(node->trace(), replied(kContinuing) + listeningBegins() + status("listening") +
-                                 kTimerStarts + kRecorderStarts);
-    EXPECT_EQ(node->log("set check valid dm timerId").size(), 1U);
+    EXPECT_EQ(trace(), replied(kContinuing) + listeningBegins() + status("listening") +
+                           kTimerStarts + kRecorderStarts);
+    EXPECT_EQ(logged("set check valid dm timerId"), 1U);
 }
 
 TEST_F(FullDuplex, TheEndOfPlaybackGoesToTheDialogService)
 {
+    const std::string off = R"(,"async":{"dispatchEvent":{"playerState":"off"}}})";
     startDialog();
     reply(kContinuingSpoken);
     playbackEnds();
-    EXPECT_EQ(node->trace(), (Trace{R"(1016 {"status":"end"})",
-                                    R"(context.sync {"sessionId":"s1","async":{"dispatchEvent":)"
-                                    R"({"playerState":"off"}}})"}) +
-                                 kTimerStarts);
-    EXPECT_EQ(node->log("set check valid dm timerId").size(), 1U);
-    EXPECT_EQ(node->log("set keepalive timerId").size(), 1U);
+    EXPECT_EQ(trace(),
+              kPlaybackEnds + Lines{R"(context.sync {"sessionId":"s1")" + off} + kTimerStarts);
+    EXPECT_EQ(logged("set check valid dm timerId"), 1U);
+    EXPECT_EQ(logged("set keepalive timerId"), 1U);
     reply(R"({"dm":{"nlg":"x","shouldEndSession":false},"sessionId":"a\"b\\c\n"})");
     playbackEnds();
-    EXPECT_EQ(node->traceOf("context.sync").at(0),
-              R"(context.sync {"sessionId":"a\"b\\c\n","async":{"dispatchEvent":)"
-              R"({"playerState":"off"}}})");
+    EXPECT_EQ(traceOf("context.sync"), Lines{R"(context.sync {"sessionId":"a\"b\\c\n")" + off});
 }
 
 TEST_F(FullDuplex, ADialogThatPlayedOutIsResetAndStopped)
 {
     startDialog();
     reply(kEndingSpoken);
-    node->publish("api.localAgent.speak", R"({"operation":"start"})"); // silent since the reply
+    publish("api.localAgent.speak", kStart); // silent since the reply
     playbackEnds();
-    EXPECT_EQ(node->trace(),
-              Trace{R"(1016 {"status":"end"})"} + status("silence") + kDmsReset +
-                  (Trace{"/localVad/stop (null)", R"(snr.calculation {"status":"end"})",
-                         "localDms.cancel (null)"}));
-    EXPECT_EQ(node->log("reset kcs").size(), 1U);
+    EXPECT_EQ(trace(), kPlaybackEnds + status("silence") + kDmsReset + kVadEnds +
+                           Lines{"localDms.cancel (null)"});
+    EXPECT_EQ(logged("reset kcs"), 1U);
     begin(R"({"fullDuplex":"true","enableStreamData":1})");
     playbackEnds();
-    EXPECT_EQ(node->traceOf("localDms.reset"), Trace{});
+    EXPECT_EQ(traceOf("localDms.reset"), Lines{});
 }
 
 TEST_F(FullDuplex, SpeechBehindTheLastTurnIsDropped)
 {
-    node->publish("api.localAgent.inputText", "{}"); // a session that is to end
+    publish("api.localAgent.inputText", "{}"); // a session that is to end
     speechEnds();
-    EXPECT_EQ(node->trace(), Trace{"localDms.cancel (null)"});
-    EXPECT_EQ(node->log("dm shouldEndSession is true, drop current interactive").size(), 1U);
+    EXPECT_EQ(trace(), Lines{"localDms.cancel (null)"});
+    EXPECT_EQ(logged("dm shouldEndSession is true, drop current interactive"), 1U);
 }
 
 TEST_F(FullDuplex, TheHostsLimitsReachTheDialogServiceWithEveryTurn)
 {
-    const std::string topic = "context.syncDmTimeoutAsrMaxText ";
+    const auto limits = [&](const char *caller, const char *values) {
+        return std::string("context.syncDmTimeoutAsrMaxText {\"caller\":\"") + caller +
+               R"(","syncContext":{"sessionId":"s1","async":{"dispatchEvent":)" + values + "}}}";
+    };
+    const auto set = [&](const char *request) {
+        publish("api.localAgent.setContextSync", request);
+    };
     startDialog();
-    EXPECT_EQ(node->traceOf(topic), Trace{});
-    EXPECT_EQ(node->log("updateSessionTimeout: -1, asrMaxTextLength: -1").size(), 1U);
+    EXPECT_EQ(traceOf("context."), Lines{});
+    EXPECT_EQ(logged("updateSessionTimeout: -1, asrMaxTextLength: -1"), 1U);
     reply(kContinuing);
-    node->publish("api.localAgent.setContextSync", R"({"updateSessionTimeout":30})");
-    EXPECT_EQ(node->trace(),
-              Trace{topic + R"({"caller":"customer","syncContext":{"sessionId":"s1",)"
-                            R"("async":{"dispatchEvent":)"
-                            R"({"updateSessionTimeout":30}}}})"});
-    node->publish("api.localAgent.setContextSync", R"({"asrMaxTextLength":100})");
-    node->publish("api.localAgent.setContextSync", "100 is not an object, but JSON");
-    node->publish("api.localAgent.setContextSync", "neither");
+    set(R"({"updateSessionTimeout":30})");
+    EXPECT_EQ(trace(), Lines{limits("customer", R"({"updateSessionTimeout":30})")});
+    set(R"({"asrMaxTextLength":100})");
+    set("100 is not an object, but JSON");
+    set("neither");
     startDialog();
-    EXPECT_EQ(node->trace()[2],
-              topic + R"({"caller":"dm","syncContext":{"sessionId":"s1","async":{"dispatchEvent":)"
-                      R"({"updateSessionTimeout":30,"asrMaxTextLength":100}}}})");
+    EXPECT_EQ(trace()[2], limits("dm", R"({"updateSessionTimeout":30,"asrMaxTextLength":100})"));
     begin(kHalfDuplex);
-    node->publish("api.localAgent.setContextSync", R"({"asrMaxTextLength":100})");
-    EXPECT_EQ(node->trace(), Trace{});
-    EXPECT_EQ(node->log("not use fullDulpx, not support syncDmTimeoutAsrMaxText").size(), 1U);
+    set(R"({"asrMaxTextLength":100})");
+    EXPECT_EQ(trace(), Lines{});
+    EXPECT_EQ(logged("not use fullDulpx, not support syncDmTimeoutAsrMaxText"), 1U);
 }
 
 TEST_F(FullDuplex, ADiscardedResponseListensAgainOrEndsTheDialog)
 {
-    const auto discard = [&](const std::string &rest) {
-        node->publish("sys.rt.output",
-                      R"({"dm":{"command":{"api":"discardResponse"})" + rest + "}");
-    };
+    const std::string spoken = "rt.output should not have nlg or speakurl";
     startDialog();
-    discard(R"(,"shouldEndSession":false},"sessionId":"s2")");
-    EXPECT_EQ(behindTheFirst(), listeningBegins() + kTimerStarts + kRecorderStarts);
-    discard(R"(,"nlg":"speech"})");
-    EXPECT_EQ(node->trace().size(), 1U);
-    EXPECT_EQ(node->log("clear sessionId: s2").size(), 1U);
-    EXPECT_EQ(node->log("not implement shouldEndSession").size(), 1U);
-    EXPECT_EQ(node->log("rt.output should not have nlg or speakurl").size(), 1U);
-    discard(R"(},"speakUrl":"url")");
-    EXPECT_EQ(node->log("rt.output should not have nlg or speakurl").size(), 1U);
-    node->publish("sys.rt.output", kEnding); // nothing was discarded
-    EXPECT_EQ(node->trace().size(), 1U);
-    discard(R"(,"shouldEndSession":true,"nlg":""},"speakUrl":"url")");
-    EXPECT_EQ(behindTheFirst(),
-              status("silence") + kDmsReset +
-                  (Trace{"/localVad/stop (null)", R"(snr.calculation {"status":"end"})"}));
-    node->answer(1032, R"({"dm":{"command":{"api":"discardResponse"},"shouldEndSession":false}})");
+    EXPECT_EQ(discard(R"(,"shouldEndSession":false},"sessionId":"s2")"),
+              listeningBegins() + kTimerStarts + kRecorderStarts);
+    EXPECT_EQ(discard(R"(,"nlg":"speech"})"), Lines{});
+    EXPECT_EQ(logged("clear sessionId: s2"), 1U);
+    EXPECT_EQ(logged("not implement shouldEndSession"), 1U);
+    EXPECT_EQ(logged(spoken), 1U);
+    EXPECT_EQ(discard(R"(},"speakUrl":"url")"), Lines{});
+    EXPECT_EQ(logged(spoken), 1U);
+    publish("sys.rt.output", kEnding); // nothing was discarded
+    EXPECT_EQ(trace(), Lines{"1032 " + kEnding});
+    EXPECT_EQ(discard(R"(,"shouldEndSession":true,"nlg":""},"speakUrl":"url")"),
+              status("silence") + kDmsReset + kVadEnds);
+    answer(1032, R"({"dm":{"command":{"api":"discardResponse"},"shouldEndSession":false}})");
     discard(R"(,"shouldEndSession":true})");
     EXPECT_EQ(lastStatus(), "listening");
 }
@@ -140,21 +127,21 @@ TEST_F(FullDuplex, ATurnWithoutReplyIsReportedAndGoesOn)
 {
     startDialog();
     reply(kContinuing);
-    node->advance(900000);
-    EXPECT_EQ(node->trace(), Trace{R"(1044 {"reason":"not dm output"})"});
-    EXPECT_EQ(node->log("check valid dm vantelHandle").size(), 2U);
+    pass(900000);
+    EXPECT_EQ(trace(), Lines{R"(1044 {"reason":"not dm output"})"});
+    EXPECT_EQ(logged("check valid dm vantelHandle"), 2U);
     reply(kContinuing); // the next turn is watched again
-    EXPECT_EQ(node->log("kill check valid"), Names{});
+    EXPECT_EQ(logged("kill check valid"), 0U);
     stopDialog();
-    EXPECT_EQ(node->log("kill check valid dm timerId").size(), 1U);
+    EXPECT_EQ(logged("kill check valid dm timerId"), 1U);
 }
 
 TEST_F(FullDuplex, TheTimersThatEndADialogStopTheVadsTime)
 {
     startDialog();
     reply(kEnding);
-    node->advance(40000);
-    EXPECT_EQ(node->trace(), kDmsReset + Trace{"/localVad/stop (null)"} + kTimerStops);
+    pass(40000);
+    EXPECT_EQ(trace(), kDmsReset + kVadStop + kTimerStops);
 }
 
 } // namespace

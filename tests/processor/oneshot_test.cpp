@@ -1,16 +1,15 @@
 // A wakeup whose command may follow the wake word without a pause.
 #include "tests/processor/dialog_texts.h"
 
-using Names = std::vector<std::string>;
-
 namespace
 {
 
 constexpr char kOneshot[] = R"({"oneshot":{"enable":"true","timeout":300000}})";
 constexpr char kGreets[] =
     R"({"oneshot":{"enable":"true","timeout":300000,"greetMode":"immediate"}})";
-constexpr char kMajor[] = R"({"type":"major","greeting":"在"})";
-const Trace kAudioCancelled = {"localProcessor.cancelOneshotAudio (null)"};
+const std::string kMajor = R"({"type":"major","greeting":"在"})";
+const Lines kMajorExpires = {"1036 " + kMajor};
+const Lines kAudioCancelled = {"localProcessor.cancelOneshotAudio (null)"};
 
 class Oneshot : public Dialog
 {
@@ -21,56 +20,55 @@ protected:
         wakeUp(result);
     }
     // What happens when nobody speaks in time.
-    Trace expire()
+    Lines expire()
     {
-        node->advance(300000);
-        return node->trace();
+        pass(300000);
+        return trace();
     }
 };
 
 TEST_F(Oneshot, ListeningStartsWithTheWakeupResultAsItCame)
 {
     begin(kOneshot);
-    node->answer(1002, R"({"type":"major","greeting":"host"})");
+    answer(1002, R"({"type":"major","greeting":"host"})");
     wakeUp(kMajor);
-    EXPECT_EQ(node->trace(), (Trace{std::string("1002 ") + kMajor, "/localVad/stop (null)"}) +
-                                 kDmsReset + listeningBegins(kMajor) + status("listening") +
-                                 kRecorderStarts);
+    EXPECT_EQ(trace(), Lines{"1002 " + kMajor} + kVadStop + kDmsReset + listeningBegins(kMajor) +
+                           status("listening") + kRecorderStarts);
     wakeUpAs(kOneshot, R"({"type":"quickStart"})");
-    EXPECT_EQ(node->traceOf("/localDms/start"), Trace{"/localDms/start (null)"});
+    EXPECT_EQ(traceOf("/localDms/start"), Lines{"/localDms/start (null)"});
     wakeUpAs(kOneshot, R"({"type":"command","greeting":"在"})");
-    EXPECT_EQ(node->log("oneshot timerId"), Names{});
+    EXPECT_EQ(logged("oneshot timerId"), 0U);
 }
 
 TEST_F(Oneshot, SpeechInTimeIsTheCommand)
 {
     wakeUpAs(kOneshot);
-    node->advance(200000);
-    speechBegins();
-    EXPECT_EQ(node->log("kill oneshot timerId").size(), 1U);
-    EXPECT_EQ(expire(), Trace{});
+    pass(200000);
+    publish("sys.localVad.begin", R"({"status":1})");
+    EXPECT_EQ(logged("kill oneshot timerId"), 1U);
+    EXPECT_EQ(expire(), Lines{});
 }
 
 TEST_F(Oneshot, WithoutSpeechTheWakeupIsAnOrdinaryOne)
 {
     wakeUpAs(kOneshot);
-    EXPECT_EQ(expire(), Trace{std::string("1036 ") + kMajor} + kDmsReset + kAudioCancelled);
-    EXPECT_EQ(expire(), Trace{}); // once
+    EXPECT_EQ(expire(), kMajorExpires + kDmsReset + kAudioCancelled);
+    EXPECT_EQ(expire(), Lines{}); // once
     begin(kOneshot);
-    node->answer(1036, R"({"type":"command"})"); // without the greeting
+    answer(1036, R"({"type":"command"})"); // without the greeting
     wakeUp(kMajor);
-    EXPECT_EQ(expire(), Trace{std::string("1036 ") + kMajor} + kDmsReset + listeningBegins() +
-                            kAudioCancelled + kRecorderStarts);
+    EXPECT_EQ(expire(),
+              kMajorExpires + kDmsReset + listeningBegins() + kAudioCancelled + kRecorderStarts);
     wakeUpAs(kOneshot);
     stopDialog();
-    EXPECT_EQ(node->log("kill oneshot timerId").size(), 1U);
+    EXPECT_EQ(logged("kill oneshot timerId"), 1U);
 }
 
 TEST_F(Oneshot, AGreetingSpokenAtOnceIsNotSpokenTwice)
 {
     wakeUpAs(kGreets);
-    EXPECT_EQ(node->statuses(), (Names{"speaking", "listening"}));
-    EXPECT_EQ(expire(), Trace{"1036 {\n\t\"type\":\t\"major\"\n}"} + kDmsReset + listeningBegins() +
+    EXPECT_EQ(statuses(), (Lines{"speaking", "listening"}));
+    EXPECT_EQ(expire(), Lines{"1036 {\n\t\"type\":\t\"major\"\n}"} + kDmsReset + listeningBegins() +
                             kAudioCancelled + kRecorderStarts);
 }
 

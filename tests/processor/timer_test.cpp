@@ -1,8 +1,6 @@
 // Every wait of a dialog has an end.
 #include "tests/processor/dialog_texts.h"
 
-using Names = std::vector<std::string>;
-
 namespace
 {
 
@@ -22,91 +20,94 @@ protected:
         reply(kContinuingSpoken);
         playbackEnds();
     }
+    // What is done and delivered meanwhile.
+    Lines after(int32_t milliseconds)
+    {
+        pass(milliseconds);
+        return trace();
+    }
 };
 
 TEST_F(Waits, AReplyThatDoesNotComeEndsTheDialog)
 {
     awaitReply();
-    node->advance(599000);
-    EXPECT_EQ(node->trace(), Trace{});
-    node->advance(1000);
+    EXPECT_EQ(after(599000), Lines{});
     const std::string report = R"({"errId":-7799,"errMsg":"dm network timeout"})";
-    EXPECT_EQ(node->trace(), (Trace{"vantel.error " + report, "1006 " + report}) + listeningEnds() +
-                                 kDmsReset + status("silence") + kRecorderStops);
+    EXPECT_EQ(after(1000), (Lines{"vantel.error " + report, "1006 " + report}) + listeningEnds() +
+                               kDmsReset + status("silence") + kRecorderStops);
 
     begin(R"({"asrRes":"r","dmTimeOut":600000})");
     startListening();
     stopListening();
-    node->advance(600000);
-    EXPECT_EQ(node->traceOf("1006"),
-              Trace{R"(1006 {"errId":-7794,"errMsg":"cloud asr server timeout"})"});
+    pass(600000);
+    EXPECT_EQ(traceOf("1006"),
+              Lines{R"(1006 {"errId":-7794,"errMsg":"cloud asr server timeout"})"});
     stopListening(); // nobody listens any more
-    EXPECT_EQ(node->log("not call vantelStartListening or already asr result").size(), 1U);
+    EXPECT_EQ(logged("not call vantelStartListening or already asr result"), 1U);
 }
 
 TEST_F(Waits, WhatHappensMeanwhileEndsTheWaitForAReply)
 {
-    const std::pair<const char *, const char *> events[] = {
+    const std::pair<const char *, std::string> events[] = {
         {"sys.localVad.begin", "{}"},
         {"sys.asr.result", "{}"},
         {"sys.rt.output", "{}"},
         {"sys.dms.output", R"({"dm":{"dataFrom":"native","shouldEndSession":true}})"},
-        {"api.localAgent.speak", R"({"operation":"start","privilege":"true"})"},
+        {"api.localAgent.speak", kPrivileged},
         {"api.localAgent.dialogCtrl", kStop},
     };
     for (const auto &[topic, data] : events) {
+        SCOPED_TRACE(topic);
         awaitReply();
-        node->publish(topic, data);
-        EXPECT_EQ(node->log("kill timerId").size(), 1U) << topic;
-        EXPECT_EQ(node->traceOf("1005"), Trace{}) << topic; // a native reply is not the host's
-        node->advance(600000);
-        EXPECT_EQ(node->traceOf("1006"), Trace{}) << topic;
+        publish(topic, data);
+        EXPECT_EQ(logged("kill timerId"), 1U);
+        EXPECT_EQ(traceOf("1005"), Lines{}) << "a native reply is not the host's";
+        pass(600000);
+        EXPECT_EQ(traceOf("1006"), Lines{});
     }
 }
 
 TEST_F(Waits, TheEndOfRecognitionEndsTheDialogWithAConfiguredService)
 {
     awaitReply(R"({"asrRes":"r","dmTimeOut":600000})");
-    node->publishNull("sys.asr.end");
-    EXPECT_EQ(node->trace(), status("silence"));
+    publishNull("sys.asr.end");
+    EXPECT_EQ(trace(), status("silence"));
     startDialog();
-    node->publishNull("sys.asr.end"); // no wait to end
+    publishNull("sys.asr.end"); // no wait to end
     EXPECT_EQ(lastStatus(), "listening");
     awaitReply();
-    node->publishNull("sys.asr.end");
-    EXPECT_EQ(node->trace(), Trace{});
+    publishNull("sys.asr.end");
+    EXPECT_EQ(trace(), Lines{});
 }
 
 TEST_F(Waits, ASkillThatTheHostDoesNotAnswerTimesOut)
 {
     awaitReply();
-    node->publish("sys.localDms.nativeApi", "{}");
-    EXPECT_EQ(node->log(),
-              (Names{"[D]  ZQ-localProcessor kill timerId 1",
-                     "[D]  ZQ-localProcessor set skill timerId 2",
-                     "[I]  ZQ-localProcessor dmNativeApi vantelHandle stamp, data: {}",
-                     "[V]  ZQ-localProcessor dmNativeApi vantelHandle, customdata: NULL",
-                     R"([W]  ZQ-localProcessor {"errId":-7795,"errMsg":)"
-                     R"("native api need feed back to server"})"}));
-    node->advance(10000);
-    EXPECT_EQ(node->traceOf("1006"),
-              Trace{R"(1006 {"errId":-7796,"errMsg":"skills response timeout"})"});
+    publish("sys.localDms.nativeApi", "{}");
+    EXPECT_EQ(log(), (Lines{"[D]  ZQ-localProcessor kill timerId 1",
+                            "[D]  ZQ-localProcessor set skill timerId 2",
+                            "[I]  ZQ-localProcessor dmNativeApi vantelHandle stamp, data: {}",
+                            "[V]  ZQ-localProcessor dmNativeApi vantelHandle, customdata: NULL",
+                            R"([W]  ZQ-localProcessor {"errId":-7795,"errMsg":)"
+                            R"("native api need feed back to server"})"}));
+    pass(10000);
+    EXPECT_EQ(traceOf("1006"), Lines{R"(1006 {"errId":-7796,"errMsg":"skills response timeout"})"});
     EXPECT_EQ(lastStatus(), "silence");
 }
 
 TEST_F(Waits, ASkillsAnswerGoesToTheDialogServiceWhoseReplyEndsTheWait)
 {
     awaitReply();
-    node->answer(1014, "not even JSON");
-    node->publish("sys.localDms.nativeApi", R"({"api":"clock"})");
-    EXPECT_EQ(node->trace(),
-              (Trace{R"(1014 {"api":"clock"})", "localProcessor.nativeResponse not even JSON"}));
+    answer(1014, "not even JSON");
+    publish("sys.localDms.nativeApi", R"({"api":"clock"})");
+    EXPECT_EQ(trace(),
+              (Lines{R"(1014 {"api":"clock"})", "localProcessor.nativeResponse not even JSON"}));
     reply(kContinuing);
-    node->advance(10000);
-    EXPECT_EQ(node->traceOf("1006"), Trace{});
+    pass(10000);
+    EXPECT_EQ(traceOf("1006"), Lines{});
     begin(kHalfDuplex, Host::absent);
-    node->publish("sys.localDms.nativeApi", "{}");
-    EXPECT_EQ(node->log(), Names{"[D]  ZQ-localProcessor set skill timerId 1"});
+    publish("sys.localDms.nativeApi", "{}");
+    EXPECT_EQ(log(), Lines{"[D]  ZQ-localProcessor set skill timerId 1"});
 }
 
 TEST_F(Waits, ADialogThatStaysSilentIsReset)
@@ -114,32 +115,26 @@ TEST_F(Waits, ADialogThatStaysSilentIsReset)
     begin(kHalfDuplex);
     startDialog();
     stopDialog();
-    node->advance(39000);
+    pass(39000);
     startDialog();
-    node->advance(40000);
-    EXPECT_EQ(node->trace(), Trace{});
+    EXPECT_EQ(after(40000), Lines{});
     stopDialog();
-    node->advance(40000);
-    EXPECT_EQ(node->trace(), kDmsReset + Trace{"/localVad/stop (null)"});
+    EXPECT_EQ(after(40000), kDmsReset + kVadStop);
 }
 
 TEST_F(Waits, ADialogThatIsNotUsedAgainEndsInSilence)
 {
-    const Trace given_up = kDmsReset + Trace{"/localVad/stop (null)"};
     playAndGoOn();
-    node->advance(30000);
-    EXPECT_EQ(node->trace(), given_up + status("silence"));
-    EXPECT_EQ(node->log("[V]  ZQ-localProcessor finish keepAlive timerId ").size(), 1U);
+    EXPECT_EQ(after(30000), kDmsReset + kVadStop + status("silence"));
+    EXPECT_EQ(logged("[V]  ZQ-localProcessor finish keepAlive timerId "), 1U);
     // It may be stopped and kept alive,
     playAndGoOn();
-    node->publish("api.localAgent.dialogCtrl", R"({"operation":"stop","keepAlive":"temporary"})");
-    node->advance(30000);
-    EXPECT_EQ(node->trace(), given_up);
+    publish("api.localAgent.dialogCtrl", kKeepAlive);
+    EXPECT_EQ(after(30000), kDmsReset + kVadStop);
     // or stopped for good.
     playAndGoOn();
     stopDialog();
-    node->advance(30000);
-    EXPECT_EQ(node->trace(), Trace{});
+    EXPECT_EQ(after(30000), Lines{});
 }
 
 } // namespace

@@ -1,55 +1,52 @@
 // The measurement of a turn: what is taken as silence and voice, and what becomes of it.
-#include "tests/vad/pcm.h"
-#include "tests/vad/vad_node.h"
+#include "tests/vad/vad_bench.h"
 #include "tools/json.h"
 
 #include <cmath>
-#include <gtest/gtest.h>
 
 using namespace scripted;
-using Names = std::vector<std::string>;
 
 namespace
 {
 
-class Measurement : public testing::Test
+constexpr char kPause300[] = R"({"vad":{}})";
+const std::string kSpoken = noise(16000, 20) + noise(16000, 9000) + noise(8000, 20);
+
+class Measurement : public VadBench
 {
 protected:
-    void SetUp() override { reset(); }
-
-    // A turn that is fed in one piece, with what the detector says once the piece is heard.
-    static void turn(VadNode &node, const std::string &audio, const Names &statuses)
+    void say(const Lines &statuses)
     {
-        node.beginMeasurement();
-        node.start();
-        node.feed(audio);
         for (const std::string &status : statuses)
             emit(Part::vad, Moment::stop, 0, status);
-        node.stop();
-        node.endMeasurement();
+    }
+    // A turn that is fed in one piece, with what the detector says once the piece is heard.
+    void turn(const std::string &audio, const Lines &statuses)
+    {
+        beginMeasurement();
+        start();
+        feed(audio);
+        say(statuses);
+        stop();
+        endMeasurement();
     }
 
-    static std::vector<int> errors(VadNode &node)
+    std::vector<int> errors()
     {
         std::vector<int> ids;
-        for (const std::string &report : node.heardOn("sys.vantel.error"))
-            ids.push_back(vantel::jsonInt(vantel::jsonParse(report.c_str()).get(), "errId", 0));
+        for (const std::string &entry : traceOf("vantel.error "))
+            ids.push_back(std::stoi(entry.substr(entry.find(':') + 1)));
         return ids;
     }
-
-    static std::string lengths(VadNode &node)
+    // `{"silenceLen":1,"voiceLen":2` of the latest result.
+    std::string lengths()
     {
-        const Names results = node.heardOn("sys.snr.result");
-        return results.empty() ? "none" : results.back().substr(0, results.back().find(",\"snr"));
+        const Lines results = traceOf("snr.result ");
+        if (results.empty()) return "none";
+        const size_t begin = results.back().find('{');
+        return results.back().substr(begin, results.back().find(",\"snr\"") - begin);
     }
 };
-
-constexpr char kPause300[] = R"({"vad":{}})";
-
-std::string spoken()
-{
-    return noise(16000, 20) + noise(16000, 9000) + noise(8000, 20);
-}
 
 TEST_F(Measurement, ReasonsAgainstAMeasurementAreReportedOrIgnored)
 {
@@ -58,7 +55,7 @@ TEST_F(Measurement, ReasonsAgainstAMeasurementAreReportedOrIgnored)
     struct Case {
         const char *name;
         std::string audio;
-        Names statuses;
+        Lines statuses;
         std::vector<int> errors; // the last one is of a following turn without audio
     };
     const Case cases[] = {
@@ -72,72 +69,72 @@ TEST_F(Measurement, ReasonsAgainstAMeasurementAreReportedOrIgnored)
         {"voice as loud as the silence", quiet + quiet, {began(32000)}, {-7398, -7394}},
     };
     for (const Case &one : cases) {
-        VadNode node{R"({"vad":{"pauseTime":0}})"};
-        turn(node, one.audio, one.statuses);
-        turn(node, "", {});
-        EXPECT_EQ(errors(node), one.errors) << one.name;
-        EXPECT_EQ(lengths(node), "none") << one.name;
+        begin(R"({"vad":{"pauseTime":0}})");
+        turn(one.audio, one.statuses);
+        turn("", {});
+        EXPECT_EQ(errors(), one.errors) << one.name;
+        EXPECT_EQ(lengths(), "none") << one.name;
     }
 }
 
 TEST_F(Measurement, SpeechThatGoesOnIsVoiceUpToTheEndOfTheAudio)
 {
-    VadNode node{kPause300};
-    turn(node, spoken(), {began(32000)});
-    EXPECT_EQ(lengths(node), R"({"silenceLen":32000,"voiceLen":48000)");
+    begin(kPause300);
+    turn(kSpoken, {began(32000)});
+    EXPECT_EQ(lengths(), R"({"silenceLen":32000,"voiceLen":48000)");
 }
 
 TEST_F(Measurement, FullModeTakesEachSilenceOnce)
 {
-    const Names statuses = {began(32000), ended(73600), began(80000)};
-    VadNode full{R"({"vad":{"fullMode":true}})"};
-    turn(full, spoken() + noise(4000, 20), statuses);
-    EXPECT_EQ(full.logged("ZQ-localVad 64000 16000\n"), 1U);
-    EXPECT_EQ(lengths(full), R"({"silenceLen":48000,"voiceLen":32000)");
-    VadNode half{kPause300};
-    turn(half, spoken() + noise(4000, 20), statuses);
-    EXPECT_EQ(lengths(half), R"({"silenceLen":121600,"voiceLen":32000)");
+    const Lines statuses = {began(32000), ended(73600), began(80000)};
+    begin(R"({"vad":{"fullMode":true}})");
+    turn(kSpoken + noise(4000, 20), statuses);
+    EXPECT_EQ(logged("ZQ-localVad 64000 16000"), 1U);
+    EXPECT_EQ(lengths(), R"({"silenceLen":48000,"voiceLen":32000)");
+    begin(kPause300);
+    turn(kSpoken + noise(4000, 20), statuses);
+    EXPECT_EQ(lengths(), R"({"silenceLen":121600,"voiceLen":32000)");
 }
 
 TEST_F(Measurement, ARatioAtTheThresholdPassesAndOneBelowDoesNot)
 {
-    auto setThreshold = [](VadNode &node, float threshold) {
+    const auto setThreshold = [&](float threshold) {
         char text[80];
         snprintf(text, sizeof text, R"({"snr":{"confidence":%.9g}})",
                  static_cast<double>(threshold));
-        node.publish("api.localAgent.setParams", text);
+        send("api.localAgent.setParams", text);
     };
-    VadNode node{kPause300};
-    turn(node, spoken(), {began(32000), ended(73600)});
-    const Names results = node.heardOn("sys.snr.result");
+    const std::string measured = "snr.result ";
+    begin(kPause300);
+    turn(kSpoken, {began(32000), ended(73600)});
+    const Lines results = traceOf(measured);
     ASSERT_EQ(results.size(), 1U);
-    const auto result = vantel::jsonParse(results[0].c_str());
+    const auto result = vantel::jsonParse(results[0].substr(measured.size()).c_str());
     const float ratio = static_cast<float>(vantel::jsonMember(result.get(), "snr")->valuedouble);
-    setThreshold(node, ratio);
-    turn(node, spoken(), {began(32000), ended(73600)});
-    EXPECT_EQ(node.heardOn("sys.snr.result").size(), 2U);
-    setThreshold(node, std::nextafter(ratio, 1000.0F));
-    turn(node, spoken(), {began(32000), ended(73600)});
-    EXPECT_EQ(node.heardOn("sys.snr.result").size(), 2U);
-    EXPECT_EQ(errors(node), std::vector<int>{-7398});
+    setThreshold(ratio);
+    turn(kSpoken, {began(32000), ended(73600)});
+    EXPECT_EQ(traceOf(measured).size(), 2U);
+    setThreshold(std::nextafter(ratio, 1000.0F));
+    turn(kSpoken, {began(32000), ended(73600)});
+    EXPECT_EQ(traceOf(measured).size(), 2U);
+    EXPECT_EQ(errors(), std::vector<int>{-7398});
 }
 
 TEST_F(Measurement, AnEndWithoutABeginKeepsTheBuffers)
 {
-    VadNode node{kPause300};
-    node.start();
-    node.feed(spoken());
-    node.endMeasurement();
-    for (const std::string &status : {began(32000), ended(73600)})
-        emit(Part::vad, Moment::stop, 0, status);
-    node.stop();
-    node.endMeasurement();
-    EXPECT_EQ(node.logged("reset speech"), 0U);
-    node.beginMeasurement();
-    node.endMeasurement();
-    EXPECT_EQ(lengths(node), R"({"silenceLen":41600,"voiceLen":32000)");
-    node.endMeasurement();
-    EXPECT_EQ(node.heardOn("sys.snr.result").size(), 1U);
+    begin(kPause300);
+    start();
+    feed(kSpoken);
+    endMeasurement();
+    say({began(32000), ended(73600)});
+    stop();
+    endMeasurement();
+    EXPECT_EQ(logged("reset speech"), 0U);
+    beginMeasurement();
+    endMeasurement();
+    EXPECT_EQ(lengths(), R"({"silenceLen":41600,"voiceLen":32000)");
+    endMeasurement();
+    EXPECT_EQ(traceOf("snr.result").size(), 1U);
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 #include "src/vad/pcm_buffer.h"
 
-#include "tests/vad/pcm.h"
+#include "tests/support/pcm.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "third/snr/snr.h"
 
-#include "tests/support/system.h"
-#include "tests/vad/pcm.h"
+#include "tests/support/bench.h"
+#include "tests/support/pcm.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
@@ -63,11 +63,11 @@ TEST(Snr, AgreesWithDoublePrecisionOnGeneratedAudio)
 TEST(Snr, AgreesWithDoublePrecisionOnRecordings)
 {
     const std::string folder = "/usr/share/pocketsphinx/test/data/";
-    if (support::readFile(folder + "goforward.raw").empty()) {
+    if (readFile(folder + "goforward.raw").empty()) {
         GTEST_SKIP() << "the speech test recordings are not installed";
     }
     for (const char *name : {"goforward.raw", "numbers.raw", "something.raw"}) {
-        const std::string recording = support::readFile(folder + name);
+        const std::string recording = readFile(folder + name);
         ASSERT_GT(recording.size(), 40000U) << name;
         // The recordings open with some quiet.
         const std::string quiet = recording.substr(0, 6000);

@@ -1,9 +1,10 @@
-#include "tests/vantel/recorded_host.h"
+#include "include/vantel/vantel.h"
+#include "tests/support/bench.h"
 
 namespace
 {
 
-class Global : public RecordedHost
+class Global : public Bench
 {
 protected:
     std::string init(const char *configuration, int32_t expected)
@@ -49,7 +50,7 @@ TEST_F(Global, LogsBelowTheDirectoryAndTellsTheEngineOfIt)
         R"({"level":1,"logDirPath":")" + folder + R"(/x","engine":{"a":1}} tail)";
     EXPECT_EQ(init(configuration.c_str(), 0), "");
     std::string directory = folder + "/x/cache/log";
-    EXPECT_FALSE(support::readFile(directory + "/vantel.log").empty());
+    EXPECT_FALSE(readFile(directory + "/vantel.log").empty());
     ASSERT_EQ(scripted::calls().size(), 1U);
     EXPECT_EQ(scripted::calls()[0].function, "ostrel_library_load");
     EXPECT_EQ(scripted::calls()[0].text,
@@ -72,12 +73,12 @@ TEST_F(Global, PassesModeAndSizeToTheLog)
     vantelRelease();
     vantelInit(configuration(R"("mode":1,"second":1)").c_str());
     vantelRelease();
-    EXPECT_NE(support::readFile(logFile()).find("first"), std::string::npos);
-    EXPECT_NE(support::readFile(logFile()).find("second"), std::string::npos);
+    EXPECT_NE(readFile(logFile()).find("first"), std::string::npos);
+    EXPECT_NE(readFile(logFile()).find("second"), std::string::npos);
 
     vantelInit(configuration(R"("mode":0,"size":0.0001,"third":1)").c_str());
     vantelStartDialog(nullptr);
-    EXPECT_TRUE(support::readFile(logFile()).starts_with("\nlog file size: "));
+    EXPECT_TRUE(readFile(logFile()).starts_with("\nlog file size: "));
 }
 
 TEST_F(Global, AFailedLoadGivesTheEnginesErrorAndKeepsTheConfiguration)
@@ -110,7 +111,7 @@ TEST_F(Global, ASecondInitialisationReplacesTheConfigurationAndKeepsTheLog)
     vantelInit(logConfiguration().c_str());
     EXPECT_EQ(init(R"({"level":4,"size":7})", 0), "");
     handle = vantelNew("{}", nullptr, nullptr);
-    EXPECT_EQ(recording::busConfiguration(),
+    EXPECT_EQ(spy::record()->busConfiguration,
               "{\n\t\"level\":\t4,\n\t\"mode\":\t0,\n\t\"size\":\t7\n}");
     forget();
     vantelStartDialog(nullptr);

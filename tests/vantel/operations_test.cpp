@@ -1,82 +1,69 @@
-#include "tests/vantel/recorded_host.h"
-
-#include <functional>
+#include "include/vantel/vantel.h"
+#include "src/vantel/instance.h"
+#include "tests/support/bench.h"
 
 namespace
 {
 
 struct Row {
     const char *name;
-    std::function<int32_t(void *)> operation;
+    int32_t (*operation)(void *);
     const char *entry; // with its level
 };
 
-// A table row of an operation by what it takes after the handle.
-#define NONE(name, entry)                                                                          \
-    {                                                                                              \
-#name, name, entry                                                                         \
-    }
-#define PARAMS(name, entry)                                                                        \
-    {                                                                                              \
-#name, [](void *h) { return name(h, nullptr); }, entry                                     \
-    }
-#define DATA(name, entry)                                                                          \
-    {                                                                                              \
-#name, [](void *h) { return name(h, nullptr, 0); }, entry                                  \
-    }
-#define IMAGE(name, entry)                                                                         \
-    {                                                                                              \
-#name, [](void *h) { return name(h, nullptr, 0, 1, 2, 3); }, entry                         \
-    }
+// clang-format off
+#define ROW(entry, name, ...)                                                                      \
+    {#name, [](void *handle) { return name(handle __VA_OPT__(,) __VA_ARGS__); }, entry}
+// clang-format on
 
 const Row kRows[] = {
-    PARAMS(vantelSetWakeupWords, "[I]  vantel   vantelSetWakeupWords"),
-    NONE(vantelEnableWakeup, "[I]  vantel  vantelEnableWakeup"),
-    PARAMS(vantelEvaluateKeyWords, "[I]  vantel vantelEvaluateWakeupWords"),
-    NONE(vantelDisableWakeup, "[I]  vantel  vantelDisableWakeup"),
-    NONE(vantelStartExtendsp, "[I]  vantel  vantelStartExtendsp"),
-    NONE(vantelStopExtendsp, "[I]  vantel  vantelStopExtendsp"),
-    NONE(vantelStartListening, "[I]  vantel vantelStartListening"),
-    NONE(vantelStopListening, "[I]  vantel vantelStopListening"),
-    NONE(vantelStartDialog, "[I]  vantel vantelStartDialog"),
-    NONE(vantelStopDialog, "[I]  vantel vantelStopDialog"),
-    PARAMS(vantelStopDialogParams, "[I]  vantel vantelStopDialogParams: NULL"),
-    DATA(vantelFeedData, "[D]  vantel vantelFeedData"),
-    PARAMS(vantelInputText, "[I]  vantel vantelInputText"),
-    PARAMS(vantelTriggerIntent, "[I]  vantel vantelTriggerIntent"),
-    PARAMS(vantelSetContextSync, "[I]  vantel vantelSetContextSync"),
-    PARAMS(vantelSpeak, "[I]  vantel vantelSpeak"),
-    PARAMS(vantelSetCustomAudio, "[I]  vantel vantelSetCustomAudio"),
-    PARAMS(vantelSetParams, "[I]  vantel vantelSetParams"),
-    PARAMS(vantelOperateVocabs, "[I]  vantel vantelOperateVocabs"),
-    PARAMS(vantelSystemSettings, "[I]  vantel vantelSystemSettings"),
-    PARAMS(vantelSkillSettings, "[I]  vantel vantelSkillSettings"),
-    PARAMS(vantelFeedCustomTTSDataBegin, "[D]  vantel vantelFeedCustomTTSDataBegin"),
-    DATA(vantelFeedCustomTTSData, "[D]  vantel vantelFeedCustomTTSData"),
-    PARAMS(vantelFeedCustomTTSDataEnd, "[D]  vantel vantelFeedCustomTTSDataEnd"),
-    PARAMS(vantelNotifyTTSEnd, "[I]  vantel vantelNotifyTTSEnd"),
-    PARAMS(vantelOperateOauth, "[I]  vantel vantelOperateOauth"),
-    PARAMS(vantelQXFindDevice, "[I]  vantel vantelQXFindDevice"),
-    PARAMS(vantelQXDownload, "[I]  vantel vantelQXDownload"),
-    PARAMS(vantelQXDFU, "[I]  vantel vantelQXDFU"),
-    PARAMS(vantelQXDownloadToDFU, "[I]  vantel vantelQXDownloadToDFU"),
-    PARAMS(vantelQXReset, "[I]  vantel vantelQXReset"),
-    PARAMS(vantelQXSetCustomNlg, "[I]  vantel vantelQXSetCustomNlg"),
-    PARAMS(vantelQXOperateInfo, "[I]  vantel QXOperateInfo"),
-    PARAMS(vantelStartFace, "[I]  vantel vantelStartFace"),
-    IMAGE(vantelFeedImage, "[D]  vantel vantelFeedImage"),
-    PARAMS(vantelStopFace, "[I]  vantel vantelStopFace"),
-    PARAMS(vantelCloudVprRegister, "[I]  vantel vantelCloudVprRegister"),
-    PARAMS(vantelCloudVprUnregister, "[I]  vantel vantelCloudVprUnregister"),
-    PARAMS(vantelCloudVprVerify, "[I]  vantel vantelCloudVprVerify"),
+    ROW("[I]  vantel   vantelSetWakeupWords", vantelSetWakeupWords, nullptr),
+    ROW("[I]  vantel  vantelEnableWakeup", vantelEnableWakeup),
+    ROW("[I]  vantel vantelEvaluateWakeupWords", vantelEvaluateKeyWords, nullptr),
+    ROW("[I]  vantel  vantelDisableWakeup", vantelDisableWakeup),
+    ROW("[I]  vantel  vantelStartExtendsp", vantelStartExtendsp),
+    ROW("[I]  vantel  vantelStopExtendsp", vantelStopExtendsp),
+    ROW("[I]  vantel vantelStartListening", vantelStartListening),
+    ROW("[I]  vantel vantelStopListening", vantelStopListening),
+    ROW("[I]  vantel vantelStartDialog", vantelStartDialog),
+    ROW("[I]  vantel vantelStopDialog", vantelStopDialog),
+    ROW("[I]  vantel vantelStopDialogParams: NULL", vantelStopDialogParams, nullptr),
+    ROW("[D]  vantel vantelFeedData", vantelFeedData, nullptr, 0),
+    ROW("[I]  vantel vantelInputText", vantelInputText, nullptr),
+    ROW("[I]  vantel vantelTriggerIntent", vantelTriggerIntent, nullptr),
+    ROW("[I]  vantel vantelSetContextSync", vantelSetContextSync, nullptr),
+    ROW("[I]  vantel vantelSpeak", vantelSpeak, nullptr),
+    ROW("[I]  vantel vantelSetCustomAudio", vantelSetCustomAudio, nullptr),
+    ROW("[I]  vantel vantelSetParams", vantelSetParams, nullptr),
+    ROW("[I]  vantel vantelOperateVocabs", vantelOperateVocabs, nullptr),
+    ROW("[I]  vantel vantelSystemSettings", vantelSystemSettings, nullptr),
+    ROW("[I]  vantel vantelSkillSettings", vantelSkillSettings, nullptr),
+    ROW("[D]  vantel vantelFeedCustomTTSDataBegin", vantelFeedCustomTTSDataBegin, nullptr),
+    ROW("[D]  vantel vantelFeedCustomTTSData", vantelFeedCustomTTSData, nullptr, 0),
+    ROW("[D]  vantel vantelFeedCustomTTSDataEnd", vantelFeedCustomTTSDataEnd, nullptr),
+    ROW("[I]  vantel vantelNotifyTTSEnd", vantelNotifyTTSEnd, nullptr),
+    ROW("[I]  vantel vantelOperateOauth", vantelOperateOauth, nullptr),
+    ROW("[I]  vantel vantelQXFindDevice", vantelQXFindDevice, nullptr),
+    ROW("[I]  vantel vantelQXDownload", vantelQXDownload, nullptr),
+    ROW("[I]  vantel vantelQXDFU", vantelQXDFU, nullptr),
+    ROW("[I]  vantel vantelQXDownloadToDFU", vantelQXDownloadToDFU, nullptr),
+    ROW("[I]  vantel vantelQXReset", vantelQXReset, nullptr),
+    ROW("[I]  vantel vantelQXSetCustomNlg", vantelQXSetCustomNlg, nullptr),
+    ROW("[I]  vantel QXOperateInfo", vantelQXOperateInfo, nullptr),
+    ROW("[I]  vantel vantelStartFace", vantelStartFace, nullptr),
+    ROW("[D]  vantel vantelFeedImage", vantelFeedImage, nullptr, 0, 1, 2, 3),
+    ROW("[I]  vantel vantelStopFace", vantelStopFace, nullptr),
+    ROW("[I]  vantel vantelCloudVprRegister", vantelCloudVprRegister, nullptr),
+    ROW("[I]  vantel vantelCloudVprUnregister", vantelCloudVprUnregister, nullptr),
+    ROW("[I]  vantel vantelCloudVprVerify", vantelCloudVprVerify, nullptr),
 };
 static_assert(std::size(kRows) == 39);
 
-using Operations = RecordedHost;
+using Operations = Bench;
 
 TEST_F(Operations, LogTheirEntryAndRefuseAHandleWithoutAnAgent)
 {
-    vantelInit(logConfiguration().c_str());
+    initialise();
     vantel::Instance noTable;
     vantel::NodeTable noAgents;
     vantel::Instance noAgent{.nodes = &noAgents};

@@ -1,4 +1,6 @@
-#include "tests/vantel/recorded_host.h"
+#include "include/vantel/vantel.h"
+#include "src/vantel/instance.h"
+#include "tests/support/bench.h"
 
 #include <pthread.h>
 
@@ -22,14 +24,15 @@ void refuseThreads(bool isRefusing)
     pthread_attr_destroy(&attributes);
 }
 
-using ThreadFailure = RecordedHost;
+using ThreadFailure = Bench;
 
 TEST_F(ThreadFailure, LeavesTheSlotEmptyAndTheInstanceGoesOn)
 {
-    recording::onNodeNew([](const std::string &name) {
+    initialise();
+    spy::record()->onNodeNew = [](const std::string &name) {
         if (name == "localAgent") refuseThreads(true);
-    });
-    start(R"({"vad":{},"asr":{},"gram":{}})");
+    };
+    beginSystem(R"({"vad":{},"asr":{},"gram":{}})");
     refuseThreads(false);
 
     vantel::NodeTable *nodes = static_cast<vantel::Instance *>(handle)->nodes;

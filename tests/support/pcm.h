@@ -1,4 +1,4 @@
-// Audio for the tests of the voice activity node.
+// Audio for tests.
 #pragma once
 
 #include <cstdint>

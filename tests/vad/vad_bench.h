@@ -1,0 +1,85 @@
+// The voice activity node alone.
+#pragma once
+
+#include "tests/support/bench.h"
+#include "tests/support/pcm.h"
+
+#include <filesystem>
+#include <set>
+
+class VadBench : public Bench
+{
+protected:
+    // Capture files by kind ("vad", "feedVad"), those of a kind in the order of their names.
+    using Captures = std::map<std::string, Lines>;
+
+    VadBench() { initialise(); }
+
+    // "HOME" in the configuration stands for the folder.
+    void begin(const char *configuration)
+    {
+        std::string text = configuration ? configuration : "";
+        const size_t home = text.find("HOME");
+        if (home != text.npos) text.replace(home, 4, folder);
+        end();
+        std::filesystem::remove_all(folder + "/cache/vad");
+        beginNode(Node::vad, configuration ? text.c_str() : nullptr);
+        for (int32_t event : {1003, 1042, 1043})
+            answer(event, "{}"); // which the node frees
+    }
+    void start() { call("/localVad/start"); }
+    void stop() { call("/localVad/stop"); }
+    void feed(const std::string &pcm, size_t chunk = 3200)
+    {
+        for (size_t at = 0; at < pcm.size(); at += chunk)
+            send("sys.localRecorder.pcm", pcm.substr(at, chunk));
+    }
+    void wakeUp() { send("sys.localWakeup.result", "{}"); }
+    void cancelPreRoll() { send("sys.localProcessor.cancelOneshotAudio", ""); }
+    void beginMeasurement() { send("sys.snr.calculation", R"({"status":"begin"})"); }
+    void endMeasurement() { send("sys.snr.calculation", R"({"status":"end"})"); }
+
+    // What the detector says inside the next call of that moment.
+    static void detect(int32_t kind, const std::string &data, int64_t afterBytes = 0)
+    {
+        scripted::emit(scripted::Part::vad, scripted::Moment::feed, kind, data, afterBytes);
+    }
+    static std::string began(int32_t offset)
+    {
+        return R"({"status":1,"offset":)" + std::to_string(offset) + "}";
+    }
+    static std::string ended(int32_t offset)
+    {
+        return R"({"status":2,"offset":)" + std::to_string(offset) + "}";
+    }
+
+    // What the engine was asked once the node has handled everything.
+    Lines asked(const std::string &prefix = "")
+    {
+        settle();
+        return scripted::callNames(prefix);
+    }
+    // The topics of what was published.
+    Lines topics()
+    {
+        Lines entries = trace();
+        std::erase_if(entries, [](const std::string &entry) { return isdigit(entry[0]); });
+        for (std::string &entry : entries)
+            entry.resize(entry.find(' '));
+        return entries;
+    }
+    Captures captures()
+    {
+        settle();
+        std::set<std::string> paths;
+        std::error_code absent;
+        for (const auto &entry : std::filesystem::directory_iterator(folder + "/cache/vad", absent))
+            paths.insert(entry.path().generic_string());
+        Captures byKind;
+        for (const std::string &path : paths) {
+            const size_t kind = path.rfind('_') + 1;
+            byKind[path.substr(kind, path.rfind('.') - kind)].push_back(readFile(path));
+        }
+        return byKind;
+    }
+};
