@@ -200,7 +200,9 @@ int runDialogs(const RunOptions &options, const Configuration &configuration, In
     }
     if (!error->empty()) return kExitError;
     if (session.commands() > 0) return kExitRecognised;
-    if (!options.isJson) std::printf("no command was recognised\n");
+    if (!options.isJson)
+        std::printf("no command was recognised%s\n",
+                    session.texts() > 0 ? ": the text has no meaning in the grammar" : "");
     return kExitNothingRecognised;
 }
 

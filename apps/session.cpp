@@ -90,8 +90,10 @@ void Session::observe(const HostEvent &event)
             if (status_ == "listening") ++dialogs_;
             break;
         case kRecognition:
+            if (jsonInt(data.get(), "eof", 0) != 1) break;
+            ++texts_;
             // Only a grammar's result has a meaning.
-            if (jsonInt(data.get(), "eof", 0) == 1 && jsonObject(data.get(), "post")) ++commands_;
+            if (jsonObject(data.get(), "post")) ++commands_;
             break;
         case kReply:
             speaks = !textOf(jsonString(jsonMember(data.get(), "dm"), "nlg")).empty();
@@ -151,6 +153,12 @@ int32_t Session::dialogs() const
 {
     std::lock_guard locked{mutex_};
     return dialogs_;
+}
+
+int32_t Session::texts() const
+{
+    std::lock_guard locked{mutex_};
+    return texts_;
 }
 
 int32_t Session::commands() const

@@ -43,7 +43,8 @@ public:
     bool waitForChange(const std::string &status, std::chrono::milliseconds limit);
 
     int32_t dialogs() const;  // listening turns so far
-    int32_t commands() const; // recognised by the grammar so far
+    int32_t texts() const;    // recognised so far
+    int32_t commands() const; // those among them that have a meaning
     bool hasFailed() const;   // a part of the engine reported that it cannot work
 
 private:
@@ -63,6 +64,7 @@ private:
     std::condition_variable changed_;
     std::string status_ = "silence";
     int32_t dialogs_ = 0;
+    int32_t texts_ = 0;
     int32_t commands_ = 0;
     bool hasFailed_ = false;
 };
