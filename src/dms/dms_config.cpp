@@ -27,7 +27,7 @@ void setUpCapture(DmsRecord *record, const cJSON *configuration)
     record->homePath = homePath;
     if (!jsonIs(jsonObject(configuration, "asr"), "cachePcm", "true")) return;
     record->cachePcm = true;
-    createCaptureFolder(kAsrCaptures, *record->homePath);
+    createCaptureFolder(kAsrCaptures, record->homePath);
 }
 
 std::string asrEnvOf(const cJSON *configuration)
@@ -55,7 +55,6 @@ void dmsConfigure(DmsRecord *record, const char *configuration)
 {
     if (!configuration) return;
     record->configuration = dupString(configuration);
-    record->deviceId = kDefaultDeviceId;
     Json parsed = jsonParse(configuration);
     if (!parsed) {
         logDuplex(nullptr);

@@ -11,16 +11,11 @@ namespace vantel
 namespace
 {
 
-const char *textOrNull(const std::optional<std::string> &text)
-{
-    return text ? text->c_str() : nullptr;
-}
-
 void _createCacheAsrFileName(DmsRecord *record)
 {
-    if (!record->cachePcm || !record->homePath) return;
-    const CaptureStamp stamp = captureStamp(textOrNull(record->deviceId));
-    record->asrCapture = captureName(kAsrCaptures, *record->homePath, stamp, "");
+    if (!record->cachePcm) return;
+    const CaptureStamp stamp = captureStamp(record->deviceId.c_str());
+    record->asrCapture = captureName(kAsrCaptures, record->homePath, stamp, "");
     DMS_LOG(kInfo, "  %s asr pcm path: %s\n", kDmsTag, record->asrCapture.c_str());
 }
 

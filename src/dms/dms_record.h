@@ -32,7 +32,6 @@ constexpr NodeLog kDmsLog = {"src/dms/dms", kDmsTag};
 constexpr CaptureOwner kAsrCaptures = {kDmsLog, "asr"};
 constexpr char kLdmTag[] = "ZQ-localDms-ldm";
 
-constexpr char kDefaultDeviceId[] = "default";
 constexpr char kDefaultAsrEnv[] = R"({"env":"use_pinyin=1;use_xbnf_rec=1;"})";
 
 enum class DmsState : int32_t { created = 0, started = 1, stopped = 2 };
@@ -48,10 +47,10 @@ struct DmsRecord {
     // Set before the node's thread starts, constant afterwards.
     void *bus = nullptr;
     Instance *instance = nullptr;
-    HeapText configuration; // empty when the instance has none, and then so are the three below
-    std::optional<std::string> deviceId;
-    std::optional<std::string> homePath;
-    std::optional<std::string> asrEnv; // start text of the recogniser
+    HeapText configuration; // empty when the instance has none
+    std::string deviceId = "default";
+    std::string homePath;
+    std::optional<std::string> asrEnv; // start text of the recogniser; none without configuration
     bool cachePcm = false;             // only with a home path
     int32_t retryTimes = 0;
     Recogniser recogniser; // empty when there is none
@@ -66,6 +65,11 @@ struct DmsRecord {
     // Read by the starting thread, written by the node's.
     std::atomic<int32_t> running{0};
 };
+
+inline const char *textOrNull(const std::optional<std::string> &text)
+{
+    return text ? text->c_str() : nullptr;
+}
 
 // dms_config.cpp: reads the configuration text (null: nothing is read) and makes the recogniser.
 void dmsConfigure(DmsRecord *record, const char *configuration);

@@ -96,8 +96,7 @@ void _getWakeupWordsSets(DmsRecord *record, const char *params)
     } else if (const char *word = jsonString(parsed.get(), "wakeupWord")) {
         takeWakeupWord(record, word);
     }
-    DMS_LOG(kInfo, "  %s subsets: %s\n", kDmsTag,
-            orNull(record->subsets ? record->subsets->c_str() : nullptr));
+    DMS_LOG(kInfo, "  %s subsets: %s\n", kDmsTag, orNull(textOrNull(record->subsets)));
 }
 
 std::string_view withoutWakeupTail(std::string_view text, std::string_view tails)
