@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
-#include <utility>
 
 namespace vantel
 {
@@ -40,46 +39,30 @@ void _consoleDmsStop(ProcessorRecord *record)
     publishText(record->node, topics::kRecorderCtrl, kRecorderStop);
 }
 
-// An item that cannot be added is freed.
-bool addItem(cJSON *object, const char *key, Json item)
+// Adds the held session's id, if there is one, and an empty event to `context`. Returns the event;
+// null without memory, which may be why there is no context either.
+cJSON *addDispatchEvent(const ProcessorRecord *record, cJSON *context)
 {
-    if (!item || !cJSON_AddItemToObject(object, key, item.get())) return false;
-    static_cast<void>(item.release()); // the object owns it now
-    return true;
-}
-
-// {"sessionId", "async": {"dispatchEvent": event}}, the id only when a session is held; empty
-// without memory.
-Json dispatch(const ProcessorRecord *record, Json event)
-{
-    Json context{cJSON_CreateObject()};
     const char *id = record->sessionId.get();
-    if (id && !cJSON_AddStringToObject(context.get(), "sessionId", id)) return nullptr;
-    cJSON *async = cJSON_AddObjectToObject(context.get(), "async");
-    if (!addItem(async, "dispatchEvent", std::move(event))) return nullptr;
-    return context;
+    if (id && !cJSON_AddStringToObject(context, "sessionId", id)) return nullptr;
+    return cJSON_AddObjectToObject(cJSON_AddObjectToObject(context, "async"), "dispatchEvent");
 }
 
-// What the host has set; empty without memory.
-Json limits(const ProcessorRecord *record)
+// False without memory.
+bool addLimit(cJSON *event, const char *key, int32_t value)
 {
-    Json event{cJSON_CreateObject()};
-    const struct {
-        const char *key;
-        int32_t value;
-    } members[] = {{"updateSessionTimeout", record->updateSessionTimeout},
-                   {"asrMaxTextLength", record->asrMaxTextLength}};
-    for (const auto &[key, value] : members) {
-        if (value != kUnset && !cJSON_AddNumberToObject(event.get(), key, value)) return nullptr;
-    }
-    return event;
+    return value == kUnset || cJSON_AddNumberToObject(event, key, value);
 }
 
-// Empty without memory.
-Json playerOff()
+// Adds what the host has set; nothing when there is no memory for all of it.
+void addSyncContext(const ProcessorRecord *record, cJSON *request)
 {
-    Json event{cJSON_CreateObject()};
-    return cJSON_AddStringToObject(event.get(), "playerState", "off") ? std::move(event) : nullptr;
+    cJSON *context = cJSON_AddObjectToObject(request, "syncContext");
+    cJSON *event = addDispatchEvent(record, context);
+    const bool isWhole = event &&
+                         addLimit(event, "updateSessionTimeout", record->updateSessionTimeout) &&
+                         addLimit(event, "asrMaxTextLength", record->asrMaxTextLength);
+    if (!isWhole) cJSON_DeleteItemFromObject(request, "syncContext");
 }
 
 struct ForwardedPath {
@@ -201,7 +184,7 @@ void _consoleSyncContextDmTimeoutAsrMaxText(ProcessorRecord *record, const char 
                       orNull(callerText));
         return;
     }
-    addItem(request.get(), "syncContext", dispatch(record, limits(record)));
+    addSyncContext(record, request.get());
     const HeapText text = jsonPrint(request.get());
     publishText(record->node, topics::kSyncDmTimeoutAsrMaxText, text.get());
 }
@@ -213,8 +196,10 @@ void _consoleSyncPlayerEnd(ProcessorRecord *record)
                       kProcessorTag, record->shouldEndSession);
         return;
     }
-    const Json state = dispatch(record, playerOff());
-    const HeapText text = state ? jsonPrint(state.get()) : nullptr;
+    const Json state{cJSON_CreateObject()};
+    cJSON *event = addDispatchEvent(record, state.get());
+    HeapText text;
+    if (cJSON_AddStringToObject(event, "playerState", "off")) text = jsonPrint(state.get());
     if (!text) {
         PROCESSOR_LOG(kError, "  %s sync playerEnd status format error, ret: %d\n", kProcessorTag,
                       -1);
