@@ -12,46 +12,6 @@ namespace vantel
 namespace
 {
 
-struct TimerRow {
-    Timer timer;
-    int32_t tag; // one bit a kind, as the bus hands it back
-    int32_t ProcessorRecord::*id;
-    int32_t fixedMs; // 0: the record's duration
-    int32_t ProcessorRecord::*durationMs;
-    const char *setLabel; // hosts read these, spelling included
-    const char *killLabel;
-};
-
-using Record = ProcessorRecord;
-
-constexpr TimerRow kTimers[] = {
-    {Timer::dm, 1, &Record::dmTimerId, 0, &Record::dmTimeOut, "timerId", "timerId"},
-    {Timer::skill, 2, &Record::dmTimerId, 10000, nullptr, "skill timerId", "timerId"},
-    {Timer::oneshot, 4, &Record::oneshotTimerId, 0, &Record::oneshotTimeout, "oneshot timerId",
-     "oneshot timerId"},
-    {Timer::cancelDialog, 8, &Record::cancelDialogTimerId, 40000, nullptr, "cancel dilaog timerId",
-     "cancel dialog timerId"},
-    {Timer::keepAlive, 64, &Record::keepAliveTimerId, 0, &Record::keepAliveTimeout,
-     "keepalive timerId", "keepalive timerId"},
-    {Timer::checkValidDm, 128, &Record::checkValidDmTimerId, 0, &Record::vadTimeout,
-     "check valid dm timerId", "check valid dm timerId"},
-};
-
-constexpr const TimerRow &rowOf(Timer timer)
-{
-    return kTimers[static_cast<size_t>(timer)];
-}
-
-constexpr bool isInOrder()
-{
-    for (size_t row = 0; row < std::size(kTimers); ++row) {
-        if (kTimers[row].timer != static_cast<Timer>(row)) return false;
-    }
-    return std::size(kTimers) == static_cast<size_t>(Timer::count);
-}
-
-static_assert(isInOrder(), "the table is indexed by the timer");
-
 void dmExpired(ProcessorRecord *record)
 {
     record->dmTimerId = kNoTimer;
@@ -118,25 +78,46 @@ void checkValidDmExpired(ProcessorRecord *record)
     record->checkValidDmTimerId = kNoTimer;
 }
 
-void expired(ProcessorRecord *record, Timer timer)
+struct TimerRow {
+    Timer timer;
+    int32_t tag; // one bit a kind, as the bus hands it back
+    int32_t ProcessorRecord::*id;
+    int32_t fixedMs; // 0: the record's duration
+    int32_t ProcessorRecord::*durationMs;
+    void (*expired)(ProcessorRecord *record);
+    const char *setLabel; // hosts read these, spelling included
+    const char *killLabel;
+};
+
+using Record = ProcessorRecord;
+
+constexpr TimerRow kTimers[] = {
+    {Timer::dm, 1, &Record::dmTimerId, 0, &Record::dmTimeOut, dmExpired, "timerId", "timerId"},
+    {Timer::skill, 2, &Record::dmTimerId, 10000, nullptr, skillExpired, "skill timerId", "timerId"},
+    {Timer::oneshot, 4, &Record::oneshotTimerId, 0, &Record::oneshotTimeout, oneshotExpired,
+     "oneshot timerId", "oneshot timerId"},
+    {Timer::cancelDialog, 8, &Record::cancelDialogTimerId, 40000, nullptr, cancelDialogExpired,
+     "cancel dilaog timerId", "cancel dialog timerId"},
+    {Timer::keepAlive, 64, &Record::keepAliveTimerId, 0, &Record::keepAliveTimeout,
+     keepAliveExpired, "keepalive timerId", "keepalive timerId"},
+    {Timer::checkValidDm, 128, &Record::checkValidDmTimerId, 0, &Record::vadTimeout,
+     checkValidDmExpired, "check valid dm timerId", "check valid dm timerId"},
+};
+
+constexpr const TimerRow &rowOf(Timer timer)
 {
-    switch (timer) {
-    case Timer::dm:
-        return dmExpired(record);
-    case Timer::skill:
-        return skillExpired(record);
-    case Timer::oneshot:
-        return oneshotExpired(record);
-    case Timer::cancelDialog:
-        return cancelDialogExpired(record);
-    case Timer::keepAlive:
-        return keepAliveExpired(record);
-    case Timer::checkValidDm:
-        return checkValidDmExpired(record);
-    case Timer::count:
-        return;
-    }
+    return kTimers[static_cast<size_t>(timer)];
 }
+
+constexpr bool isInOrder()
+{
+    for (size_t row = 0; row < std::size(kTimers); ++row) {
+        if (kTimers[row].timer != static_cast<Timer>(row)) return false;
+    }
+    return std::size(kTimers) == static_cast<size_t>(Timer::count);
+}
+
+static_assert(isInOrder(), "the table is indexed by the timer");
 
 void timerHandler(void *user, void *, int32_t tag)
 {
@@ -150,7 +131,7 @@ void timerHandler(void *user, void *, int32_t tag)
         PROCESSOR_LOG(kVerbose, "  %s timer default\n", kProcessorTag);
         return;
     }
-    guarded(kProcessorLog, [&] { expired(record, row->timer); });
+    guarded(kProcessorLog, [&] { row->expired(record); });
 }
 
 } // namespace
