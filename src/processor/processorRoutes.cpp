@@ -2,8 +2,8 @@
 #include "src/vantel/topics.h"
 #include "tools/json.h"
 
+#include <algorithm>
 #include <array>
-#include <cstring>
 #include <iterator>
 #include <string_view>
 
@@ -196,58 +196,43 @@ constexpr Route kRoutes[] = {
     {"sys.morvane.QXInfo", toHost<Delivery::deviceInfo>, Subscribed::no},
 };
 
-// A perfect hash: every topic has a slot of its own, so that finding a handler costs one pass over
-// the name and one comparison, however many there are.
-constexpr size_t kSlots = 512;
+// A hash table with open addressing: what it costs to find a handler does not grow with the routes.
+constexpr size_t kSlots = 256;
 constexpr uint8_t kNoRow = 255;
-static_assert(std::size(kRoutes) < kNoRow);
+static_assert(std::size(kRoutes) < kSlots / 4, "most topics are found where they are looked for");
 
-constexpr size_t slotOf(const char *topic, uint32_t seed)
+constexpr size_t slotOf(std::string_view topic)
 {
-    uint32_t hash = 2166136261U ^ seed;
-    for (; *topic != '\0'; ++topic)
-        hash = (hash ^ static_cast<unsigned char>(*topic)) * 16777619U;
+    uint32_t hash = 2166136261U;
+    for (char character : topic)
+        hash = (hash ^ static_cast<unsigned char>(character)) * 16777619U;
     return (hash ^ hash >> 16) % kSlots;
 }
 
-struct TopicIndex {
-    uint32_t seed = 0;
+constexpr auto kRowOfSlot = [] {
     std::array<uint8_t, kSlots> rows{};
-};
-
-consteval TopicIndex makeTopicIndex()
-{
-    for (TopicIndex index;; ++index.seed) {
-        index.rows.fill(kNoRow);
-        size_t placed = 0;
-        while (placed < std::size(kRoutes)) {
-            uint8_t &row = index.rows[slotOf(kRoutes[placed].topic, index.seed)];
-            if (row != kNoRow) break;
-            row = static_cast<uint8_t>(placed++);
-        }
-        if (placed == std::size(kRoutes)) return index;
+    rows.fill(kNoRow);
+    for (size_t row = 0; row < std::size(kRoutes); ++row) {
+        size_t slot = slotOf(kRoutes[row].topic);
+        while (rows[slot] != kNoRow)
+            slot = (slot + 1) % kSlots;
+        rows[slot] = static_cast<uint8_t>(row);
     }
-}
+    return rows;
+}();
 
-constexpr TopicIndex kTopicIndex = makeTopicIndex();
-
-const Route *findRoute(const char *topic)
+const Route *findRoute(std::string_view topic)
 {
-    const uint8_t row = kTopicIndex.rows[slotOf(topic, kTopicIndex.seed)];
-    if (row == kNoRow || std::strcmp(kRoutes[row].topic, topic) != 0) return nullptr;
-    return &kRoutes[row];
-}
-
-constexpr size_t countSubscribed()
-{
-    size_t count = 0;
-    for (const Route &route : kRoutes)
-        count += route.subscribed == Subscribed::yes ? 1 : 0;
-    return count;
+    for (size_t slot = slotOf(topic); kRowOfSlot[slot] != kNoRow; slot = (slot + 1) % kSlots) {
+        const Route &route = kRoutes[kRowOfSlot[slot]];
+        if (route.topic == topic) return &route;
+    }
+    return nullptr;
 }
 
 constexpr auto kTopics = [] {
-    std::array<const char *, countSubscribed()> topics{};
+    std::array<const char *, std::ranges::count(kRoutes, Subscribed::yes, &Route::subscribed)>
+        topics{};
     size_t next = 0;
     for (const Route &route : kRoutes) {
         if (route.subscribed == Subscribed::yes) topics[next++] = route.topic;
