@@ -1,5 +1,4 @@
 #include "src/processor/processorRecord.h"
-#include "src/vantel/topics.h"
 #include "tools/json.h"
 #include "tools/quenda_tool.h"
 
@@ -127,20 +126,21 @@ bool isDialogError(const cJSON *error)
 {
     const cJSON *errId = jsonMember(error, "errId");
     if (!errId) return true;
-    switch (classify(errId->valueint)) {
+    const ErrorClass kind = classify(errId->valueint);
+    switch (kind) {
     case ErrorClass::device:
         PROCESSOR_LOG(kVerbose, "  %s drop th handle\n", kProcessorTag);
-        return false;
+        break;
     case ErrorClass::dialog:
         PROCESSOR_LOG(kVerbose, "  %s drop dialog handle\n", kProcessorTag);
-        return true;
-    case ErrorClass::quiet:
-        return true;
+        break;
     case ErrorClass::unknown:
         PROCESSOR_LOG(kError, "  %s noknown error\n", kProcessorTag);
-        return true;
+        break;
+    case ErrorClass::quiet:
+        break;
     }
-    return true;
+    return kind != ErrorClass::device;
 }
 
 void error(ProcessorRecord *record, const cJSON *report)

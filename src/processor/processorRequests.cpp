@@ -107,14 +107,14 @@ void forwardAction(ProcessorRecord *record, const char *action)
     }
 }
 
+constexpr char kIsSilent[] = "status is slience";
+constexpr char kIsEnding[] = "shouldEndSession is true";
+
 void dropInteraction(ProcessorRecord *record, const char *reason)
 {
     PROCESSOR_LOG(kInfo, "  %s dm %s, drop current interactive\n", kProcessorTag, reason);
     _consoleDmsCancel(record);
 }
-
-constexpr char kIsSilent[] = "status is slience";
-constexpr char kIsEnding[] = "shouldEndSession is true";
 
 } // namespace
 
