@@ -14,6 +14,7 @@
 #include "tools/quenda_mk_thread.h"
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 
 #define PROCESSOR_LOG(level, ...) VANTEL_LOG(kProcessorLog.source, level, __VA_ARGS__)
@@ -118,6 +119,16 @@ struct Message {
     const char *text() const { return static_cast<const char *>(data); }
 };
 
+// Whether the rows of a table stand in the order of the values that index it.
+template <typename Row, size_t rowCount, typename Index>
+consteval bool isIndexedBy(Index Row::*index, const Row (&table)[rowCount])
+{
+    for (size_t row = 0; row < rowCount; ++row) {
+        if (table[row].*index != static_cast<Index>(row)) return false;
+    }
+    return rowCount == static_cast<size_t>(Index::count);
+}
+
 // Everything that reaches the host; each has its row in the table of host events.
 enum class Delivery : uint8_t {
     wakeup,
@@ -160,8 +171,7 @@ enum class Delivery : uint8_t {
 
 // Calls the host and logs it; nothing at all without a callback. Returns the host's answer where
 // the event defines a use for one, else an empty text.
-HeapText deliverToHost(ProcessorRecord *record, Delivery delivery, const void *data,
-                       uint32_t length);
+HeapText deliverToHost(ProcessorRecord *record, Delivery delivery, const Message &message);
 HeapText deliverText(ProcessorRecord *record, Delivery delivery, const char *text);
 
 // Whether a host's answer is JSON whose "ignore" begins with "true".

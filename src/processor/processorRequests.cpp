@@ -140,7 +140,7 @@ void onDialogCtrl(ProcessorRecord *record, const Message &message)
 
 void onWakeupResult(ProcessorRecord *record, const Message &message)
 {
-    const HeapText answer = deliverToHost(record, Delivery::wakeup, message.data, message.length);
+    const HeapText answer = deliverToHost(record, Delivery::wakeup, message);
     if (asksToIgnore(answer.get())) {
         PROCESSOR_LOG(kInfo, "  %s drop wakeup result, due to ignore true, custom: %s\n",
                       kProcessorTag, answer.get());

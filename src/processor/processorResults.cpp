@@ -20,6 +20,12 @@ const char *orAnswer(const HeapText &answer, const Message &message)
     return answer ? answer.get() : message.text();
 }
 
+void interpret(ProcessorRecord *record, const Message &message, Delivery delivery, EventKind kind)
+{
+    const HeapText answer = deliverToHost(record, delivery, message);
+    _consoleParseEvent(record, orAnswer(answer, message), kind);
+}
+
 void forward(ProcessorRecord *record, const char *topic, const Message &message)
 {
     quillon_publish(record->node, topic, message.data, message.length);
@@ -37,7 +43,7 @@ void onAsrResult(ProcessorRecord *record, const Message &message)
         record->shouldEndSession = 1;
         setFlag(record, kListenRequested, false);
     }
-    deliverToHost(record, Delivery::asr, message.data, message.length);
+    deliverToHost(record, Delivery::asr, message);
 }
 
 void onAsrEnd(ProcessorRecord *record, const Message &)
@@ -74,22 +80,19 @@ void onDmsOutput(ProcessorRecord *record, const Message &message)
     killTimer(record, Timer::checkValidDm);
     const Json reply = jsonParse(message.text());
     if (jsonIs(jsonObject(reply.get(), "dm"), "dataFrom", "native")) return;
-    const HeapText answer = deliverToHost(record, Delivery::dmOutput, message.data, message.length);
-    _consoleParseEvent(record, orAnswer(answer, message), EventKind::dmOutput);
+    interpret(record, message, Delivery::dmOutput, EventKind::dmOutput);
 }
 
 void onRtOutput(ProcessorRecord *record, const Message &message)
 {
     _killAllTimer(record);
-    const HeapText answer = deliverToHost(record, Delivery::rtOutput, message.data, message.length);
-    _consoleParseEvent(record, orAnswer(answer, message), EventKind::rtOutput);
+    interpret(record, message, Delivery::rtOutput, EventKind::rtOutput);
 }
 
 void onError(ProcessorRecord *record, const Message &message)
 {
     killTimer(record, Timer::dm);
-    const HeapText answer = deliverToHost(record, Delivery::error, message.data, message.length);
-    _consoleParseEvent(record, orAnswer(answer, message), EventKind::error);
+    interpret(record, message, Delivery::error, EventKind::error);
 }
 
 // The skill timer runs until a reply cancels it, whether the host answers or not.
@@ -98,8 +101,7 @@ void onNativeApi(ProcessorRecord *record, const Message &message)
     killTimer(record, Timer::dm);
     setTimer(record, Timer::skill);
     if (!hasHost(record)) return;
-    const HeapText answer =
-        deliverToHost(record, Delivery::dmNativeApi, message.data, message.length);
+    const HeapText answer = deliverToHost(record, Delivery::dmNativeApi, message);
     if (answer) {
         PROCESSOR_LOG(kInfo, "  %s native api return value: %s\n", kProcessorTag, answer.get());
         publishText(record->node, topics::kNativeResponse, answer.get());
@@ -126,7 +128,7 @@ void onAuthResult(ProcessorRecord *record, const Message &message)
 {
     const Json result = jsonParse(message.text());
     if (jsonIs(result.get(), "result", "success") && jsonIs(result.get(), "authType", "oauth")) {
-        deliverToHost(record, Delivery::oauth, message.data, message.length);
+        deliverToHost(record, Delivery::oauth, message);
     }
 }
 

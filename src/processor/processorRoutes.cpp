@@ -105,15 +105,7 @@ constexpr HostEvent kHostEvents[] = {
 };
 // clang-format on
 
-constexpr bool isInOrder()
-{
-    for (size_t row = 0; row < std::size(kHostEvents); ++row) {
-        if (kHostEvents[row].delivery != static_cast<Delivery>(row)) return false;
-    }
-    return std::size(kHostEvents) == static_cast<size_t>(Delivery::count);
-}
-
-static_assert(isInOrder(), "the table is indexed by the delivery");
+static_assert(isIndexedBy(&HostEvent::delivery, kHostEvents));
 
 void logHostLine(int32_t level, const char *line, const char *text)
 {
@@ -121,9 +113,20 @@ void logHostLine(int32_t level, const char *line, const char *text)
     PROCESSOR_LOG(level, "  %s %s%s\n", kProcessorTag, line, showsText ? orNull(text) : "");
 }
 
+HeapText callHost(ProcessorRecord *record, Delivery delivery, const void *data, uint32_t length)
+{
+    if (!hasHost(record)) return nullptr;
+    const HostEvent &event = kHostEvents[static_cast<size_t>(delivery)];
+    logHostLine(event.stampLevel, event.stamp, static_cast<const char *>(data));
+    HeapText answer = deliver(record->instance, data, length, event.type, event.event);
+    logHostLine(kVerbose, event.after, answer.get());
+    if (event.answer == Answer::freed) answer.reset();
+    return answer;
+}
+
 template <Delivery delivery> void toHost(ProcessorRecord *record, const Message &message)
 {
-    deliverToHost(record, delivery, message.data, message.length);
+    deliverToHost(record, delivery, message);
 }
 
 // For members outside this library: nothing is to be done here.
@@ -254,21 +257,14 @@ int32_t onmessage(void *user, void *, const char *topic, const void *data, uint3
 
 constinit const NodeSpec kProcessorNode = {"localProcessor", kTopics, onmessage, processorOnCall};
 
-HeapText deliverToHost(ProcessorRecord *record, Delivery delivery, const void *data,
-                       uint32_t length)
+HeapText deliverToHost(ProcessorRecord *record, Delivery delivery, const Message &message)
 {
-    if (!hasHost(record)) return nullptr;
-    const HostEvent &event = kHostEvents[static_cast<size_t>(delivery)];
-    logHostLine(event.stampLevel, event.stamp, static_cast<const char *>(data));
-    HeapText answer = deliver(record->instance, data, length, event.type, event.event);
-    logHostLine(kVerbose, event.after, answer.get());
-    if (event.answer == Answer::freed) answer.reset();
-    return answer;
+    return callHost(record, delivery, message.data, message.length);
 }
 
 HeapText deliverText(ProcessorRecord *record, Delivery delivery, const char *text)
 {
-    return deliverToHost(record, delivery, text, textLength(text));
+    return callHost(record, delivery, text, textLength(text));
 }
 
 bool asksToIgnore(const char *answer)

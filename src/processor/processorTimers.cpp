@@ -109,15 +109,7 @@ constexpr const TimerRow &rowOf(Timer timer)
     return kTimers[static_cast<size_t>(timer)];
 }
 
-constexpr bool isInOrder()
-{
-    for (size_t row = 0; row < std::size(kTimers); ++row) {
-        if (kTimers[row].timer != static_cast<Timer>(row)) return false;
-    }
-    return std::size(kTimers) == static_cast<size_t>(Timer::count);
-}
-
-static_assert(isInOrder(), "the table is indexed by the timer");
+static_assert(isIndexedBy(&TimerRow::timer, kTimers));
 
 void timerHandler(void *user, void *, int32_t tag)
 {
