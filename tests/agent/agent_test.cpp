@@ -165,7 +165,7 @@ TEST_F(Agent, FailsTheRequestsOfTheCompanionDevice)
           std::tuple{"sys.localSocket.qxreset", "onQXReset", "qxreset.result "}}) {
         forget();
         send(topic, "{}");
-        sendNull(topic);
+        send(topic, std::nullopt);
         const std::string line = std::string("I ") + name + ": NULL";
         EXPECT_EQ(lines(), line + "\n" + line);
         EXPECT_EQ(trace(), (Lines{result + failed, result + failed}));
@@ -174,9 +174,9 @@ TEST_F(Agent, FailsTheRequestsOfTheCompanionDevice)
     forget();
     send("sys.localSocket.qxFindDevice", R"({ "a": 1 })");
     send("sys.localSocket.qxFindDevice", "no");
-    sendNull("sys.localSocket.qxFindDevice");
+    send("sys.localSocket.qxFindDevice", std::nullopt);
     send("sys.localSocket.qxOperateInfo", "x");
-    sendNull("sys.localSocket.qxOperateInfo");
+    send("sys.localSocket.qxOperateInfo", std::nullopt);
     send("root.cancel.sticky", "x");
     send("sys.localSocket.QXDFU", "x");
     EXPECT_EQ(lines(), "I onQXFindDevice: { \"a\": 1 }\nI onQXFindDevice: no\n"

@@ -16,16 +16,15 @@ const std::string kEnded = R"({"status":2,"offset":17600})";
 const std::string kRecording = noise(3200, 30) + noise(4800, 8000) + noise(3200, 30, 2);
 constexpr size_t kInSpeech = 19000;
 
-class WholeDialog : public Bench
+class WholeDialog : public Dialog
 {
 protected:
     void begin(const std::string &options)
     {
-        initialise();
-        beginSystem((R"({"recorder":{"mode":"external"},"vad":{"pauseTime":50},"asr":{},"gram":{},)"
-                     R"("dmTimeOut":600000)" +
-                     options + "}")
-                        .c_str());
+        const std::string params = R"({"recorder":{"mode":"external"},"vad":{"pauseTime":50},)"
+                                   R"("asr":{},"gram":{},"dmTimeOut":600000)" +
+                                   options + "}";
+        beginSystem(params.c_str());
         forget();
     }
     // What the engine makes of the next recording.
@@ -59,12 +58,8 @@ protected:
     }
     Lines said()
     {
-        const std::string tag = "  ZQ-localProcessor ";
-        Lines lines = log(tag);
-        std::erase_if(lines,
-                      [](const std::string &line) { return line.find(" snr ") != line.npos; });
-        for (std::string &line : lines)
-            line.erase(3, tag.size());
+        Lines lines = log();
+        std::erase_if(lines, [](const std::string &line) { return line.substr(3, 4) == "snr "; });
         return lines;
     }
 };

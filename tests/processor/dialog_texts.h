@@ -61,20 +61,34 @@ protected:
         beginNode(Node::processor, configuration.c_str(), host);
         forget();
     }
-    void startDialog() { publish("api.localAgent.dialogCtrl", kStart); }
-    void stopDialog() { publish("api.localAgent.dialogCtrl", kStop); }
-    void startListening() { publish("api.localAgent.asrCtrl", kStart); }
-    void stopListening() { publish("api.localAgent.asrCtrl", kStop); }
-    void wakeUp(const std::string &result) { publish("sys.localWakeup.result", result); }
-    void speechEnds() { publish("sys.localVad.end", R"({"status":2})"); }
-    void recognised(const std::string &result) { publish("sys.asr.result", result); }
-    void reply(const std::string &reply) { publish("sys.dms.output", reply); }
-    void playbackEnds() { publishNull("sys.localPlayer.wait"); }
-    void pass(int32_t milliseconds)
+    // Each gives the trace of what follows.
+    Lines startDialog() { return publish("api.localAgent.dialogCtrl", kStart); }
+    Lines stopDialog() { return publish("api.localAgent.dialogCtrl", kStop); }
+    Lines startListening() { return publish("api.localAgent.asrCtrl", kStart); }
+    Lines stopListening() { return publish("api.localAgent.asrCtrl", kStop); }
+    Lines wakeUp(const std::string &result) { return publish("sys.localWakeup.result", result); }
+    Lines speechEnds() { return publish("sys.localVad.end", R"({"status":2})"); }
+    Lines recognised(const std::string &result) { return publish("sys.asr.result", result); }
+    Lines reply(const std::string &reply) { return publish("sys.dms.output", reply); }
+    Lines playbackEnds() { return publish("sys.localPlayer.wait", std::nullopt); }
+    Lines pass(int32_t milliseconds)
     {
         forget();
         advance(milliseconds);
+        return trace();
     }
+    // The processor's lines without its tag: "[I]onStart vad".
+    Lines log(const std::string &containing = "")
+    {
+        const std::string tag = "  ZQ-localProcessor ";
+        Lines lines = Bench::log(tag);
+        for (std::string &line : lines)
+            line.erase(3, tag.size());
+        std::erase_if(lines,
+                      [&](const std::string &line) { return line.find(containing) == line.npos; });
+        return lines;
+    }
+    size_t logged(const std::string &containing) { return log(containing).size(); }
     std::string lastStatus()
     {
         const Lines names = statuses();

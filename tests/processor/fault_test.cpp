@@ -73,7 +73,7 @@ TEST_P(Faults, OddPayloadsAndAnswersLeaveADialogUsable)
         answerAll(text);
         for (const char *topic : vantel::kProcessorNode.topics) {
             if (topic == std::string("sys.localAgent.exit")) continue;
-            sendNull(topic);
+            send(topic, std::nullopt);
             for (const std::string &payload : oddPayloads())
                 send(topic, payload);
         }

@@ -18,8 +18,8 @@ protected:
     // A reply on its way that the dialog service takes back; what followed its delivery.
     Lines discard(const std::string &rest)
     {
-        publish("sys.rt.output", R"({"dm":{"command":{"api":"discardResponse"})" + rest + "}");
-        const Lines all = trace();
+        const Lines all =
+            publish("sys.rt.output", R"({"dm":{"command":{"api":"discardResponse"})" + rest + "}");
         EXPECT_TRUE(all.at(0).starts_with("1032 "));
         return Lines(all.begin() + 1, all.end());
     }
@@ -27,15 +27,13 @@ protected:
 
 TEST_F(FullDuplex, ATurnKeepsTheVadRunningAndHandsItTheTime)
 {
-    startDialog();
-    EXPECT_EQ(trace(), listeningBegins() + status("listening") + kTimerStarts + kRecorderStarts);
-    startDialog(); // from any status
-    EXPECT_EQ(trace(), listeningBegins() + kTimerStarts + kRecorderStarts);
-    speechEnds();
-    EXPECT_EQ(trace(), kTurnEnds + status("understanding") + kRecorderStops);
-    reply(kContinuing);
-    EXPECT_EQ(trace(), replied(kContinuing) + listeningBegins() + status("listening") +
-                           kTimerStarts + kRecorderStarts);
+    EXPECT_EQ(startDialog(),
+              listeningBegins() + status("listening") + kTimerStarts + kRecorderStarts);
+    // From any status.
+    EXPECT_EQ(startDialog(), listeningBegins() + kTimerStarts + kRecorderStarts);
+    EXPECT_EQ(speechEnds(), kTurnEnds + status("understanding") + kRecorderStops);
+    EXPECT_EQ(reply(kContinuing), replied(kContinuing) + listeningBegins() + status("listening") +
+                                      kTimerStarts + kRecorderStarts);
     EXPECT_EQ(logged("set check valid dm timerId"), 1U);
 }
 
@@ -44,8 +42,7 @@ TEST_F(FullDuplex, TheEndOfPlaybackGoesToTheDialogService)
     const std::string off = R"(,"async":{"dispatchEvent":{"playerState":"off"}}})";
     startDialog();
     reply(kContinuingSpoken);
-    playbackEnds();
-    EXPECT_EQ(trace(),
+    EXPECT_EQ(playbackEnds(),
               kPlaybackEnds + Lines{R"(context.sync {"sessionId":"s1")" + off} + kTimerStarts);
     EXPECT_EQ(logged("set check valid dm timerId"), 1U);
     EXPECT_EQ(logged("set keepalive timerId"), 1U);
@@ -59,9 +56,8 @@ TEST_F(FullDuplex, ADialogThatPlayedOutIsResetAndStopped)
     startDialog();
     reply(kEndingSpoken);
     publish("api.localAgent.speak", kStart); // silent since the reply
-    playbackEnds();
-    EXPECT_EQ(trace(), kPlaybackEnds + status("silence") + kDmsReset + kVadEnds +
-                           Lines{"localDms.cancel (null)"});
+    EXPECT_EQ(playbackEnds(), kPlaybackEnds + status("silence") + kDmsReset + kVadEnds +
+                                  Lines{"localDms.cancel (null)"});
     EXPECT_EQ(logged("reset kcs"), 1U);
     begin(R"({"fullDuplex":"true","enableStreamData":1})");
     playbackEnds();
@@ -71,8 +67,7 @@ TEST_F(FullDuplex, ADialogThatPlayedOutIsResetAndStopped)
 TEST_F(FullDuplex, SpeechBehindTheLastTurnIsDropped)
 {
     publish("api.localAgent.inputText", "{}"); // a session that is to end
-    speechEnds();
-    EXPECT_EQ(trace(), Lines{"localDms.cancel (null)"});
+    EXPECT_EQ(speechEnds(), Lines{"localDms.cancel (null)"});
     EXPECT_EQ(logged("dm shouldEndSession is true, drop current interactive"), 1U);
 }
 
@@ -83,22 +78,21 @@ TEST_F(FullDuplex, TheHostsLimitsReachTheDialogServiceWithEveryTurn)
                R"(","syncContext":{"sessionId":"s1","async":{"dispatchEvent":)" + values + "}}}";
     };
     const auto set = [&](const char *request) {
-        publish("api.localAgent.setContextSync", request);
+        return publish("api.localAgent.setContextSync", request);
     };
     startDialog();
     EXPECT_EQ(traceOf("context."), Lines{});
     EXPECT_EQ(logged("updateSessionTimeout: -1, asrMaxTextLength: -1"), 1U);
     reply(kContinuing);
-    set(R"({"updateSessionTimeout":30})");
-    EXPECT_EQ(trace(), Lines{limits("customer", R"({"updateSessionTimeout":30})")});
+    EXPECT_EQ(set(R"({"updateSessionTimeout":30})"),
+              Lines{limits("customer", R"({"updateSessionTimeout":30})")});
     set(R"({"asrMaxTextLength":100})");
     set("100 is not an object, but JSON");
     set("neither");
     startDialog();
     EXPECT_EQ(trace()[2], limits("dm", R"({"updateSessionTimeout":30,"asrMaxTextLength":100})"));
     begin(kHalfDuplex);
-    set(R"({"asrMaxTextLength":100})");
-    EXPECT_EQ(trace(), Lines{});
+    EXPECT_EQ(set(R"({"asrMaxTextLength":100})"), Lines{});
     EXPECT_EQ(logged("not use fullDulpx, not support syncDmTimeoutAsrMaxText"), 1U);
 }
 
@@ -114,8 +108,8 @@ TEST_F(FullDuplex, ADiscardedResponseListensAgainOrEndsTheDialog)
     EXPECT_EQ(logged(spoken), 1U);
     EXPECT_EQ(discard(R"(},"speakUrl":"url")"), Lines{});
     EXPECT_EQ(logged(spoken), 1U);
-    publish("sys.rt.output", kEnding); // nothing was discarded
-    EXPECT_EQ(trace(), Lines{"1032 " + kEnding});
+    // Nothing was discarded.
+    EXPECT_EQ(publish("sys.rt.output", kEnding), Lines{"1032 " + kEnding});
     EXPECT_EQ(discard(R"(,"shouldEndSession":true,"nlg":""},"speakUrl":"url")"),
               status("silence") + kDmsReset + kVadEnds);
     answer(1032, R"({"dm":{"command":{"api":"discardResponse"},"shouldEndSession":false}})");
@@ -127,8 +121,7 @@ TEST_F(FullDuplex, ATurnWithoutReplyIsReportedAndGoesOn)
 {
     startDialog();
     reply(kContinuing);
-    pass(900000);
-    EXPECT_EQ(trace(), Lines{R"(1044 {"reason":"not dm output"})"});
+    EXPECT_EQ(pass(900000), Lines{R"(1044 {"reason":"not dm output"})"});
     EXPECT_EQ(logged("check valid dm vantelHandle"), 2U);
     reply(kContinuing); // the next turn is watched again
     EXPECT_EQ(logged("kill check valid"), 0U);
@@ -140,8 +133,7 @@ TEST_F(FullDuplex, TheTimersThatEndADialogStopTheVadsTime)
 {
     startDialog();
     reply(kEnding);
-    pass(40000);
-    EXPECT_EQ(trace(), kDmsReset + kVadStop + kTimerStops);
+    EXPECT_EQ(pass(40000), kDmsReset + kVadStop + kTimerStops);
 }
 
 } // namespace

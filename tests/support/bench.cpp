@@ -137,28 +137,17 @@ void Bench::end()
     answers_.clear();
 }
 
-void Bench::send(const std::string &topic, const std::string &data)
+void Bench::send(const std::string &topic, const std::optional<std::string> &data)
 {
-    quillon_publish(outside_, topic.c_str(), data.data(), static_cast<uint32_t>(data.size()));
+    const uint32_t length = data ? static_cast<uint32_t>(data->size()) : 0;
+    quillon_publish(outside_, topic.c_str(), data ? data->data() : nullptr, length);
 }
 
-void Bench::sendNull(const std::string &topic)
-{
-    quillon_publish(outside_, topic.c_str(), nullptr, 0);
-}
-
-void Bench::publish(const std::string &topic, const std::string &data)
+Lines Bench::publish(const std::string &topic, const std::optional<std::string> &data)
 {
     forget();
     send(topic, data);
-    settle();
-}
-
-void Bench::publishNull(const std::string &topic)
-{
-    forget();
-    sendNull(topic);
-    settle();
+    return trace();
 }
 
 std::string Bench::call(const std::string &path, const char *data)

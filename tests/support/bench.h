@@ -41,11 +41,9 @@ protected:
     void beginNode(Node node, const char *configuration, Host host = Host::present);
     void end();
 
-    void send(const std::string &topic, const std::string &data);
-    void sendNull(const std::string &topic);
-    // Sends, once what was before is forgotten, and settles.
-    void publish(const std::string &topic, const std::string &data);
-    void publishNull(const std::string &topic);
+    void send(const std::string &topic, const std::optional<std::string> &data);
+    // Forgets what was before and sends; the trace of all that follows.
+    Lines publish(const std::string &topic, const std::optional<std::string> &data);
     std::string call(const std::string &path, const char *data = nullptr); // "(null)" for null
     // Moves the bus's timers on, and settles before and after it.
     void advance(int32_t milliseconds);

@@ -213,7 +213,7 @@ TEST_F(Vad, StrangeMessagesAndStatusesChangeNothing)
     for (const char *topic :
          {"sys.localVad.ctrl", "sys.snr.calculation", "api.localAgent.setParams",
           "sys.localRecorder.pcm", "sys.localProcessor.TimerCtrl", "sys.localVad.vprRuntimeCtrl"}) {
-        sendNull(topic);
+        send(topic, std::nullopt);
         for (const char *payload : {"", "{", "[]", "7", R"({"operation":7,"status":7,"snr":7})"})
             send(topic, payload);
     }
