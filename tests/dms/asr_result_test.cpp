@@ -11,52 +11,51 @@ const std::string kConfidenceReport =
 const std::string kNoTextReport = R"(vantel.error {"errId":-7896,"errMsg":"local asr is null"})";
 const std::string kRetry = R"(localDm.result {"dm":{"shouldEndSession":false}})";
 
-struct ResultCase {
-    const char *result;
-    Lines published;
-};
+std::string recognition(const std::string &result)
+{
+    return "localAsr.result " + result;
+}
 
-const ResultCase kResults[] = {
+// The decision without anything of its own about `text`.
+std::string decision(const std::string &text)
+{
+    return R"(localDm.result {"dm":{"shouldEndSession":true,"input":")" + text + R"("}})";
+}
+
+const std::pair<const char *, Lines> kResults[] = {
     {R"({"rec":"打 开 空 调","eof":1,"conf":0.8})",
-     {R"(localAsr.result {"text":"打开空调","eof":1,"conf":0.8})",
-      R"(localDm.result {"dm":{"shouldEndSession":true,"input":"打开空调"}})"}},
+     {recognition(R"({"text":"打开空调","eof":1,"conf":0.8})"), decision("打开空调")}},
     // Key order, and the unchanged copy of "post" beside the changed decision.
     {R"({"post":{"sem":{"dm":{"shouldEndSession":"false","command":{"api":"x"}}}},"conf":1,)"
      R"("pinyin":"a b c","rec":"abc","eof":1})",
-     {R"(localAsr.result {"text":"abc","eof":1,"pinyin":"a b c","conf":1,"post":{"sem":)"
-      R"({"dm":{"shouldEndSession":"false","command":{"api":"x"}}}}})",
-      R"(localDm.result {"dm":{"command":{"api":"x"},"shouldEndSession":false,)"
-      R"("input":"abc"}})"}},
+     {recognition(R"({"text":"abc","eof":1,"pinyin":"a b c","conf":1,"post":{"sem":{"dm":)"
+                  R"({"shouldEndSession":"false","command":{"api":"x"}}}}})"),
+      R"(localDm.result {"dm":{"command":{"api":"x"},"shouldEndSession":false,"input":"abc"}})"}},
     // Only the string "false" keeps the session.
     {R"({"rec":"abc","eof":1,"post":{"sem":{"dm":{"shouldEndSession":false,"a":1},"b":2}}})",
-     {R"(localAsr.result {"text":"abc","eof":1,"post":{"sem":{"dm":{"shouldEndSession":false,)"
-      R"("a":1},"b":2}}})",
+     {recognition(R"({"text":"abc","eof":1,"post":{"sem":{"dm":)"
+                  R"({"shouldEndSession":false,"a":1},"b":2}}})"),
       R"(localDm.result {"dm":{"a":1,"shouldEndSession":true,"input":"abc"},"b":2})"}},
     {R"({"rec":"abc","eof":1,"post":{"sem":{"slots":[]}}})",
-     {R"(localAsr.result {"text":"abc","eof":1,"post":{"sem":{"slots":[]}}})",
+     {recognition(R"({"text":"abc","eof":1,"post":{"sem":{"slots":[]}}})"),
       R"(localDm.result {"slots":[],"dm":{"shouldEndSession":true,"input":"abc"}})"}},
     {R"({"rec":"abc","eof":1,"post":{"sem":{"dm":"x"}}})",
-     {R"(localAsr.result {"text":"abc","eof":1,"post":{"sem":{"dm":"x"}}})",
-      R"(localDm.result {"dm":{"shouldEndSession":true,"input":"abc"}})"}},
+     {recognition(R"({"text":"abc","eof":1,"post":{"sem":{"dm":"x"}}})"), decision("abc")}},
     // Shorter than three bytes.
-    {R"({"rec":"ok","eof":1})",
-     {R"(localAsr.result {"text":"","eof":1})",
-      R"(localDm.result {"dm":{"shouldEndSession":true,"input":""}})"}},
+    {R"({"rec":"ok","eof":1})", {recognition(R"({"text":"","eof":1})"), decision("")}},
     // Partial results, and those that say neither.
     {R"({"rec":"打 开","eof":0,"pinyin":"da kai","conf":0.6,"post":{}})",
-     {R"(localAsr.result {"var":"打 开","eof":0,"pinyin":"da kai","conf":0.6,"post":{}})"}},
-    {R"({"rec":"打 开","var":0})", {R"(localAsr.result {"var":"打 开","eof":0})"}},
-    {R"({"rec":"打 开","eof":2,"var":0})", {R"(localAsr.result {"var":"打 开","eof":0})"}},
-    {R"({"rec":"打 开","eof":2,"var":1,"conf":0.7})", {R"(localAsr.result {"conf":0.7})"}},
+     {recognition(R"({"var":"打 开","eof":0,"pinyin":"da kai","conf":0.6,"post":{}})")}},
+    {R"({"rec":"打 开","var":0})", {recognition(R"({"var":"打 开","eof":0})")}},
+    {R"({"rec":"打 开","eof":2,"var":0})", {recognition(R"({"var":"打 开","eof":0})")}},
+    {R"({"rec":"打 开","eof":2,"var":1,"conf":0.7})", {recognition(R"({"conf":0.7})")}},
     // The grammar's result goes before the statistical one unless it fails.
     {R"({"ngram":{"rec":"统计","eof":1},"grammar":{"rec":"语法","eof":1}})",
-     {R"(localAsr.result {"text":"语法","eof":1})",
-      R"(localDm.result {"dm":{"shouldEndSession":true,"input":"语法"}})"}},
+     {recognition(R"({"text":"语法","eof":1})"), decision("语法")}},
     {R"({"grammar":{"rec":"语法","eof":1,"conf":0.3},"ngram":{"rec":"统计","eof":1,"conf":0.9}})",
-     {R"(localAsr.result {"text":"统计","eof":1,"conf":0.9})",
-      R"(localDm.result {"dm":{"shouldEndSession":true,"input":"统计"}})"}},
+     {recognition(R"({"text":"统计","eof":1,"conf":0.9})"), decision("统计")}},
     {R"({"grammar":null,"ngram":{"rec":"统计","eof":0}})",
-     {R"(localAsr.result {"var":"统计","eof":0})"}},
+     {recognition(R"({"var":"统计","eof":0})")}},
     // The last one that was tried gives the reason.
     {R"({"grammar":{"rec":"语法","conf":0.3},"ngram":{}})", {kNoTextReport}},
     {R"({"grammar":{},"ngram":{"rec":"统计","conf":0.3}})", {kConfidenceReport}},
@@ -67,14 +66,15 @@ using AsrResult = DmsBench;
 TEST_F(AsrResult, BecomesRecognitionAndDecision)
 {
     begin(kConfiguration);
-    for (const ResultCase &one : kResults)
-        EXPECT_EQ(recognise({one.result}), one.published) << one.result;
+    for (const auto &[result, published] : kResults)
+        EXPECT_EQ(recognise({result}), published) << result;
 }
 
 TEST_F(AsrResult, ThatIsMalformedCostsAtMostItself)
 {
     const std::string good = R"({"rec":"打 开","eof":0})";
-    const std::string goodPublished = R"(localAsr.result {"var":"打 开","eof":0})";
+    const Lines goodPublished = {recognition(R"({"var":"打 开","eof":0})")};
+    const std::string huge(3 << 20, 'x');
     const std::pair<std::string, Lines> cases[] = {
         {"no json", {kConfidenceReport}},
         {std::string("\0{}", 3), {kConfidenceReport}},
@@ -84,30 +84,28 @@ TEST_F(AsrResult, ThatIsMalformedCostsAtMostItself)
         {R"({"grammar":"abc"})", {kNoTextReport}},
         {R"({"rec":"abc","conf":"high"})", {kConfidenceReport}},
         // What follows a complete value, or a zero byte, is not read.
-        {good + " and more", {goodPublished}},
-        {good + std::string("\0]", 2), {goodPublished}},
+        {good + " and more", goodPublished},
+        {good + std::string("\0]", 2), goodPublished},
         // Wrong types beside a usable text.
         {R"({"rec":"abc","eof":0,"pinyin":7,"post":[1],"var":{}})",
-         {R"(localAsr.result {"var":"abc","eof":0,"post":[1]})"}},
+         {recognition(R"({"var":"abc","eof":0,"post":[1]})")}},
         // Not UTF-8: the bytes are kept, a cut character included.
         {"{\"rec\":\"ab\xE6\x89\",\"eof\":1}",
-         {"localAsr.result {\"text\":\"ab\xE6\x89\",\"eof\":1}",
-          "localDm.result {\"dm\":{\"shouldEndSession\":true,\"input\":\"ab\xE6\x89\"}}"}},
+         {recognition("{\"text\":\"ab\xE6\x89\",\"eof\":1}"), decision("ab\xE6\x89")}},
+        {R"({"rec":")" + huge + R"(","eof":0})",
+         {recognition(R"({"var":")" + huge + R"(","eof":0})")}},
     };
     begin(kConfiguration);
     for (const auto &[result, expected] : cases) {
-        EXPECT_EQ(recognise({result}), expected) << result;
-        EXPECT_EQ(recognise({good}), Lines{goodPublished}) << result;
+        EXPECT_EQ(recognise({result}), expected) << result.substr(0, 100);
+        EXPECT_EQ(recognise({good}), goodPublished) << result.substr(0, 100);
     }
-    const std::string huge(3 << 20, 'x');
-    EXPECT_EQ(recognise({R"({"rec":")" + huge + R"(","eof":0})"}),
-              Lines{R"(localAsr.result {"var":")" + huge + R"(","eof":0})"});
 }
 
 TEST_F(AsrResult, BelowTheConfidenceIsDropped)
 {
     const std::string half = R"({"rec":"abc","eof":0,"conf":0.5})";
-    const Lines accepted = {R"(localAsr.result {"var":"abc","eof":0,"conf":0.5})"};
+    const Lines accepted = {recognition(R"({"var":"abc","eof":0,"conf":0.5})")};
     begin(kConfiguration);
     EXPECT_EQ(recognise({half}), Lines{kConfidenceReport});
     send("api.localAgent.setParams", R"({"asr":{"confidence":0.5}})");
@@ -122,12 +120,11 @@ TEST_F(AsrResult, FailingIsRetriedSoOftenInARow)
 {
     const std::string failed = R"({"rec":""})";
     const std::string partial = R"({"rec":"abc","eof":0})";
-    const std::string recognition = R"(localAsr.result {"var":"abc","eof":0})";
     begin(R"({"asr":{},"retryTimes":2})");
     EXPECT_EQ(recognise({failed, failed, failed, "no json"}),
               (Lines{kRetry, kRetry, kNoTextReport, kRetry}));
     EXPECT_EQ(recognise({partial, failed, failed, "no json"}),
-              (Lines{recognition, kRetry, kRetry, kConfidenceReport}));
+              (Lines{recognition(R"({"var":"abc","eof":0})"), kRetry, kRetry, kConfidenceReport}));
 }
 
 } // namespace

@@ -8,6 +8,10 @@ class DmsBench : public Bench
 protected:
     DmsBench() { initialise(); }
     void begin(const char *configuration) { beginNode(Node::dms, configuration); }
+    std::string ask(const std::string &verb, const char *data = nullptr)
+    {
+        return call("/localDms/" + verb, data);
+    }
 
     // What is published since the last look.
     Lines published()
@@ -20,10 +24,10 @@ protected:
     // What a turn publishes in which the recogniser gives these results.
     Lines recognise(const Lines &results)
     {
-        call("/localDms/start");
+        ask("start");
         for (const std::string &result : results)
-            scripted::emit(scripted::Part::asr, scripted::Moment::stop, 0, result);
-        call("/localDms/stop");
+            scripted::emit("ostrel_asr_stop", 0, result);
+        ask("stop");
         return published();
     }
 };

@@ -60,7 +60,7 @@ TEST_F(DmsCalls, MakeWhatConfigurationAndEngineAllowAndHoldReportsUntilTheNodeRu
         EXPECT_EQ(engineCalls(), one.calls);
         const bool hasRecogniser = scripted::liveHandles() == 1;
         for (const char *verb : {"start", "stop", "reset"})
-            call(std::string("/localDms/") + verb);
+            ask(verb);
         EXPECT_EQ(engineCalls(),
                   hasRecogniser ? (Lines{"asr_start", "asr_stop", "asr_cancel"}) : Lines{});
         end();
@@ -71,15 +71,15 @@ TEST_F(DmsCalls, StartStopResetAndCancelMindTheState)
 {
     begin(kAsrOnly);
     for (const char *verb : {"stop", "cancel"})
-        EXPECT_EQ(call(std::string("/localDms/") + verb), "(null)");
+        EXPECT_EQ(ask(verb), "(null)");
     EXPECT_EQ(engineCalls(), Lines{"asr_new"}) << "nothing was started";
-    call("/localDms/reset");
-    call("/localDms/stop");
+    ask("reset");
+    ask("stop");
     EXPECT_EQ(engineCalls(), Lines{"asr_cancel"}) << "reset acts in any state, and ends as stopped";
     for (const char *verb : {"start", "start", "stop", "stop", "start", "cancel", "cancel"})
-        EXPECT_EQ(call(std::string("/localDms/") + verb), "(null)");
+        EXPECT_EQ(ask(verb), "(null)");
     EXPECT_EQ(engineCalls(), (Lines{"asr_start", "asr_stop", "asr_start", "asr_cancel"}));
-    EXPECT_EQ(call("/localDms/pause"), R"({"data":"localDms url not implement"})");
+    EXPECT_EQ(ask("pause"), R"({"data":"localDms url not implement"})");
 }
 
 TEST_F(DmsCalls, TopicsDoWhatTheCallsDo)
@@ -112,14 +112,14 @@ TEST_F(DmsCalls, AudioIsFedAndCapturedOnlyWhileStarted)
 {
     begin((R"({"asr":{"cachePcm":"true"},"homePath":")" + folder + R"("})").c_str());
     send("sys.localVad.pcm", "too early");
-    call("/localDms/start");
+    ask("start");
     send("sys.localVad.pcm", std::string("ab\0c", 4));
     published();
     scripted::setResult("ostrel_asr_feed", -9891);
     send("sys.localVad.pcm", "de");
     send("sys.localVad.pcm", "fg");
     EXPECT_EQ(published(), (Lines{kLimitReport, kLimitReport})) << "the limit, for each chunk";
-    call("/localDms/stop");
+    ask("stop");
     send("sys.localVad.pcm", "too late");
     published();
     std::string fed;
@@ -140,17 +140,17 @@ TEST_F(DmsCalls, EveryStepOfANodesLifeIsLogged)
 {
     begin(R"({"gram":{"res":"g"},"asr":{"res":"a","env":{"beam":0.5}},"fullDuplex":"true",)"
           R"("micType":"mono","aecMode":"external","wakeup":{"subsets":"甲"}})");
-    call("/localDms/start", R"({"wakeupWord":"hello"})");
+    ask("start", R"({"wakeupWord":"hello"})");
     EXPECT_EQ(published(),
               Lines{R"(vantel.error {"errId":-7288,"errMsg":"wakeupWords must chinese when )"
                     R"(using oneshot or must set words subsets"})"});
     EXPECT_EQ(scripted::calls("ostrel_asr_start").at(0).text, R"({"env":"beam=0.500000;"})");
-    scripted::emit(scripted::Part::asr, scripted::Moment::feed, 0,
+    scripted::emit("ostrel_asr_feed", 0,
                    R"({"grammar":{"rec":"x",)"
                    R"("conf":0.25},"ngram":{"rec":"abc"}})");
     send("sys.localVad.pcm", "12");
     published();
-    call("/localDms/stop");
+    ask("stop");
     send("sys.localAgent.exit", "");
     published();
     end();

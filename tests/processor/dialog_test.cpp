@@ -4,9 +4,6 @@
 #include "tests/processor/dialog_texts.h"
 #include "tests/support/pcm.h"
 
-using scripted::Moment;
-using scripted::Part;
-
 namespace
 {
 
@@ -31,10 +28,10 @@ protected:
     void expectSpeech(const std::string &result)
     {
         settle();
-        scripted::emit(Part::vad, Moment::feed, 0, kBegan, 8000);
-        scripted::emit(Part::vad, Moment::feed, 1, "speech", 8000);
-        scripted::emit(Part::vad, Moment::feed, 0, kEnded, 19200);
-        scripted::emit(Part::asr, Moment::stop, 0, result);
+        scripted::emit("ostrel_vad_feed", 0, kBegan, 8000);
+        scripted::emit("ostrel_vad_feed", 1, "speech", 8000);
+        scripted::emit("ostrel_vad_feed", 0, kEnded, 19200);
+        scripted::emit("ostrel_asr_stop", 0, result);
     }
     void feed(const std::string &pcm)
     {

@@ -91,39 +91,34 @@ void Bench::beginSystem(const char *params)
 {
     end();
     handle = vantelNew(params, callback, this);
-    nodes_ = {"localAgent", "localProcessor", "localVad", "localDms"};
     void *bus = handle ? static_cast<Instance *>(handle)->bus : nullptr;
     if (bus) outside_ = quillon_node_new(bus, spy::kOutside, nullptr, nullptr, nullptr);
 }
 
-// The nodes of an instance are deleted whichever it has.
+// What deletes an instance deletes whichever nodes it has.
 void Bench::beginNode(Node node, const char *configuration, Host host)
 {
     end();
     forget();
     void *bus = quillon_bus_new("{}");
-    auto *instance =
-        new Instance{bus, new NodeTable, host == Host::present ? callback : nullptr, this};
+    const HostCallback called = host == Host::present ? callback : nullptr;
+    auto *instance = new Instance{bus, new NodeTable, called, this};
     NodeTable *nodes = instance->nodes;
-    handle = instance;
     switch (node) {
     case Node::agent:
         nodes->agent = running(agentNew(bus, configuration, instance), agentStart);
-        nodes_ = {"localAgent"};
         break;
     case Node::processor:
         nodes->processor = running(processorNew(bus, configuration, instance), processorStart);
-        nodes_ = {"localProcessor"};
         break;
     case Node::dms:
         nodes->dms = running(dmsNew(bus, configuration, instance), dmsStart);
-        nodes_ = {"localDms"};
         break;
     case Node::vad:
         nodes->vad = running(vadNew(bus, configuration, instance), vadStart);
-        nodes_ = {"localVad"};
         break;
     }
+    handle = instance;
     outside_ = quillon_node_new(bus, spy::kOutside, nullptr, nullptr, nullptr);
 }
 
@@ -167,12 +162,12 @@ void Bench::advance(int32_t milliseconds)
 void Bench::settle()
 {
     if (!outside_) return;
-    // A node answers a call behind all that it was sent before. When two rounds over all nodes have
-    // brought nothing new, nothing is under way any more.
+    // A node answers a call behind all that it was sent before, and one that is not there answers
+    // at once. When two rounds have brought nothing new, nothing is under way any more.
     for (int quietRounds = 0; quietRounds < 2;) {
         const size_t before = spy::record()->trace.size();
-        for (const std::string &node : nodes_)
-            call("/" + node + "/settle");
+        for (const char *node : {"localAgent", "localProcessor", "localVad", "localDms"})
+            call(std::string("/") + node + "/settle");
         quietRounds = spy::record()->trace.size() == before ? quietRounds + 1 : 0;
     }
 }

@@ -73,7 +73,6 @@ private:
                           int32_t event);
 
     void *outside_ = nullptr; // the member's node
-    Lines nodes_;             // names of those under test
     std::mutex mutex_;
     std::map<int32_t, std::optional<std::string>> answers_;
     Lines statuses_;

@@ -16,9 +16,6 @@
 namespace scripted
 {
 
-enum class Part { vad, asr };
-enum class Moment { start, feed, stop };
-
 struct Call {
     std::string function; // "ostrel_vad_feed"
     std::string text;     // its configuration or start text; "(null)" for null
@@ -32,16 +29,14 @@ SCRIPTED_API void reset();
 // ostrel_library_opt returns -42 until told otherwise, all others 0.
 SCRIPTED_API void setResult(const std::string &function, int32_t result);
 
-// Queues a callback of `part`, delivered inside the next call of that moment; callbacks of one
-// moment come in the order in which they were queued, all in one call. With `afterBytes`, for
-// Moment::feed: inside the feed call in which the bytes fed since the last start reach that number.
-SCRIPTED_API void emit(Part part, Moment moment, int32_t kind, const std::string &data,
+// Queues a callback, delivered inside the next call of "ostrel_vad_feed" or another start, feed or
+// stop; callbacks of one function come in the order in which they were queued, all in one call.
+// With `afterBytes`: inside the feed call in which the bytes fed since the last start reach them.
+SCRIPTED_API void emit(const std::string &function, int32_t kind, const std::string &data,
                        int64_t afterBytes = 0);
 
-// The calls so far, in order, of functions that begin with `prefix`.
+// The calls so far, in order, of functions that begin with `prefix`; and their names.
 SCRIPTED_API std::vector<Call> calls(const std::string &prefix = "");
-
-// The names of those calls.
 SCRIPTED_API std::vector<std::string> callNames(const std::string &prefix = "");
 
 // Handles that were made and not deleted.

@@ -18,7 +18,7 @@ protected:
     void say(const Lines &statuses)
     {
         for (const std::string &status : statuses)
-            emit(Part::vad, Moment::stop, 0, status);
+            emit("ostrel_vad_stop", 0, status);
     }
     // A turn that is fed in one piece, with what the detector says once the piece is heard.
     void turn(const std::string &audio, const Lines &statuses)

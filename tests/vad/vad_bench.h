@@ -42,7 +42,7 @@ protected:
     // What the detector says inside the next call of that moment.
     static void detect(int32_t kind, const std::string &data, int64_t afterBytes = 0)
     {
-        scripted::emit(scripted::Part::vad, scripted::Moment::feed, kind, data, afterBytes);
+        scripted::emit("ostrel_vad_feed", kind, data, afterBytes);
     }
     static std::string began(int32_t offset)
     {

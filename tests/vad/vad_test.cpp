@@ -242,16 +242,6 @@ TEST_F(Vad, OffsetsOutsideTheAudioAreCutToIt)
     EXPECT_EQ(logged("offset inaccuracy"), 1U);
 }
 
-TEST_F(Vad, AChunkOfTenMegabytesGrowsTheBuffer)
-{
-    begin(kWithOneshot);
-    start();
-    const std::string chunk(10'000'001, 'x');
-    feed(chunk, chunk.size());
-    EXPECT_EQ(logged("snr speech buffer size: 10234K"), 1U);
-    EXPECT_TRUE(captures()["feedVad"] == Lines{chunk});
-}
-
 TEST_F(Vad, TheDetectorIsStoppedAtExitAndOnceMoreBehindTheLoop)
 {
     begin(R"({"vad":{}})");
