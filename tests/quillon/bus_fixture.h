@@ -8,11 +8,9 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstring>
 #include <functional>
 #include <future>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -22,26 +20,16 @@ namespace bus_test
 
 constexpr auto kLimit = std::chrono::seconds(60);
 
-// Becomes true once; whoever waits goes on.
+// Happens once; whoever waits goes on.
 class Event
 {
 public:
-    void set()
-    {
-        std::lock_guard locked{mutex_};
-        isSet_ = true;
-        changed_.notify_all();
-    }
-    bool wait()
-    {
-        std::unique_lock locked{mutex_};
-        return changed_.wait_for(locked, kLimit, [this] { return isSet_; });
-    }
+    void set() { happens_.set_value(); }
+    bool wait() { return happened_.wait_for(kLimit) == std::future_status::ready; }
 
 private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    bool isSet_ = false;
+    std::promise<void> happens_;
+    std::future<void> happened_ = happens_.get_future();
 };
 
 inline char *heapText(const std::string &text)
@@ -67,7 +55,7 @@ public:
     Peer(const Peer &) = delete;
     Peer &operator=(const Peer &) = delete;
 
-    // Set before the loop starts.
+    // Set before the loop starts. Without them messages are let go, and calls get "done".
     OnMessage message;
     OnCall answer;
 
@@ -114,11 +102,12 @@ private:
     static int32_t onMessage(void *user, void *, const char *topic, const void *data,
                              uint32_t length)
     {
-        Peer *peer = static_cast<Peer *>(user);
-        if (peer->message) {
-            peer->message(topic, data ? std::string{static_cast<const char *>(data), length}
-                                      : std::string{"(null)"});
+        const char *bytes = static_cast<const char *>(data);
+        if (bytes) {
+            EXPECT_EQ(bytes[length], '\0');
         }
+        Peer *peer = static_cast<Peer *>(user);
+        if (peer->message) peer->message(topic, bytes ? std::string{bytes, length} : "(null)");
         return 0;
     }
     static char *onCall(void *user, void *, const char *path, const char *data)
@@ -131,16 +120,22 @@ private:
     std::thread thread_;
 };
 
-class BusTest : public testing::Test
-{
-protected:
+struct BusTest : testing::Test {
     explicit BusTest(const char *configuration = "{}") : bus_(quillon_bus_new(configuration)) {}
     ~BusTest() override
     {
+        asker_.end();
         if (bus_) quillon_bus_delete(bus_);
     }
 
+    // Waits until a running node has handled what was published before.
+    void settle(const std::string &name)
+    {
+        EXPECT_EQ(asker_.call(("/" + name + "/barrier").c_str()), "done");
+    }
+
     void *bus_;
+    Peer asker_{bus_, "asker"};
 };
 
 } // namespace bus_test

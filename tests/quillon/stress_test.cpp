@@ -7,11 +7,14 @@ namespace
 {
 
 struct Stress : BusTest {
-    static void together(std::vector<std::function<void()>> jobs)
+    static void countUp(void *user, void *, int32_t) { ++*static_cast<std::atomic<int> *>(user); }
+
+    // The job on as many threads, which it knows by their numbers.
+    static void together(int threadCount, const std::function<void(int)> &job)
     {
         std::vector<std::thread> threads;
-        for (auto &job : jobs)
-            threads.emplace_back(job);
+        for (int i = 0; i < threadCount; ++i)
+            threads.emplace_back(job, i);
         for (auto &thread : threads)
             thread.join();
     }
@@ -27,24 +30,19 @@ TEST_F(Stress, EachPublishersMessagesStayInOrder)
     for (int i = 0; i < 2; ++i) {
         last[i].assign(kPublishers, -1);
         subscribers[i].message = [&, i](auto, const std::string &data) {
-            int publisher = data[0] - '0';
-            int number = std::stoi(data.substr(1));
-            if (number != last[i][static_cast<size_t>(publisher)]++ + 1) ++faults;
+            size_t publisher = static_cast<size_t>(data[0] - '0');
+            if (std::stoi(data.substr(1)) != ++last[i][publisher]) ++faults;
         };
         subscribers[i].run();
     }
-    std::vector<std::function<void()>> jobs;
-    for (int publisher = 0; publisher < kPublishers; ++publisher) {
-        jobs.push_back([this, publisher] {
-            Peer peer{bus_, "p" + std::to_string(publisher)};
-            for (int i = 0; i < kMessages; ++i)
-                peer.publish("t", std::to_string(publisher) + std::to_string(i));
-            // Behind all of these in both queues.
-            EXPECT_EQ(peer.call("/s0/barrier"), "done");
-            EXPECT_EQ(peer.call("/s1/barrier"), "done");
-        });
-    }
-    together(jobs);
+    together(kPublishers, [this](int publisher) {
+        Peer peer{bus_, "p" + std::to_string(publisher)};
+        for (int i = 0; i < kMessages; ++i)
+            peer.publish("t", std::to_string(publisher) + std::to_string(i));
+        // Behind all of these in both queues.
+        EXPECT_EQ(peer.call("/s0/barrier"), "done");
+        EXPECT_EQ(peer.call("/s1/barrier"), "done");
+    });
     EXPECT_EQ(faults, 0);
     for (const auto &numbers : last)
         EXPECT_EQ(numbers, std::vector<int>(kPublishers, kMessages - 1));
@@ -66,10 +64,7 @@ TEST_F(Stress, AFloodDelaysNeitherCallsNorTimersNorTheStop)
             sender.publish("t", "x");
             if (i % 1000 != 0) continue;
             ASSERT_EQ(sender.call("/node/heard"), std::to_string(i));
-            auto onTimer = [](void *user, void *, int32_t) {
-                ++*static_cast<std::atomic<int> *>(user);
-            };
-            quillon_timer_set(node.node(), onTimer, 3600 * 1000, 1, &expired);
+            quillon_timer_set(node.node(), countUp, 3600 * 1000, 1, &expired);
         }
         for (int i = 0; i < 500; ++i)
             ASSERT_EQ(sender.call("/node/heard"), "3000");
@@ -85,82 +80,72 @@ TEST_F(Stress, AFloodDelaysNeitherCallsNorTimersNorTheStop)
 // Nodes come, hear and go while others publish to them and call them.
 TEST_F(Stress, NodesMayBeDeletedWhileOthersPublishToThemAndCallThem)
 {
-    std::atomic<bool> isOver{false};
-    std::vector<std::function<void()>> jobs;
-    for (int i = 0; i < 2; ++i) {
-        jobs.push_back([this, i, &isOver] {
-            Peer peer{bus_, "sender" + std::to_string(i)};
-            std::string large(5000, 'x');
-            while (!isOver) {
-                peer.publish("t", "small");
-                peer.publish("t", large);
-                std::string reply = peer.call(i == 0 ? "/guest0/x" : "/guest1/x");
-                EXPECT_TRUE(reply == "done" || reply == "(null)") << reply;
-            }
-        });
-    }
-    std::atomic<int> guestsLeft{2};
-    for (int i = 0; i < 2; ++i) {
-        jobs.push_back([this, i, &isOver, &guestsLeft] {
-            Peer host{bus_, "host" + std::to_string(i)};
-            for (int round = 0; round < 200; ++round) {
-                Peer guest{bus_, "guest" + std::to_string(i), R"(["t","u"])"};
-                ASSERT_NE(guest.node(), nullptr);
-                // Every third one never runs, every fourth is deleted with its loop still running.
-                if (round % 3 != 0) guest.run();
-                if (round % 3 != 0 && round % 4 == 0) {
-                    EXPECT_EQ(host.call(("/guest" + std::to_string(i)).c_str()), "done");
-                    quillon_node_delete(guest.release());
-                    guest.thread().join();
-                }
-            }
-            if (--guestsLeft == 0) isOver = true;
-        });
-    }
-    together(jobs);
+    std::atomic<int> hosts{2};
+    auto send = [&](const std::string &number) {
+        Peer peer{bus_, "sender" + number};
+        std::string large(5000, 'x');
+        while (hosts > 0) {
+            peer.publish("t", "small");
+            peer.publish("t", large);
+            std::string reply = peer.call(("/guest" + number + "/x").c_str());
+            EXPECT_TRUE(reply == "done" || reply == "(null)") << reply;
+        }
+    };
+    auto receive = [&](const std::string &number) {
+        Peer host{bus_, "host" + number};
+        for (int round = 0; round < 200; ++round) {
+            Peer guest{bus_, "guest" + number, R"(["t","u"])"};
+            EXPECT_NE(guest.node(), nullptr);
+            // Every third one never runs, every fourth is deleted with its loop still running.
+            if (round % 3 == 0) continue;
+            guest.run();
+            if (round % 4 != 0) continue;
+            EXPECT_EQ(host.call(("/guest" + number + "/x").c_str()), "done");
+            quillon_node_delete(guest.release());
+            guest.thread().join();
+        }
+        --hosts;
+    };
+    together(4, [&](int i) { i < 2 ? send(std::to_string(i)) : receive(std::to_string(i - 2)); });
 }
 
 TEST_F(Stress, CrossingCallsNeverHang)
 {
-    std::vector<std::unique_ptr<Peer>> peers;
+    const char *const paths[] = {"/n0/x", "/n1/x", "/n2/x"};
+    Peer peers[] = {
+        {bus_, "n0", R"(["go"])"}, {bus_, "n1", R"(["go"])"}, {bus_, "n2", R"(["go"])"}};
     for (int i = 0; i < 3; ++i) {
-        peers.push_back(std::make_unique<Peer>(bus_, "n" + std::to_string(i), R"(["go"])"));
-        Peer *peer = peers.back().get();
-        std::string next = "/n" + std::to_string((i + 1) % 3) + "/x";
-        peer->message = [peer, next](auto, auto) { peer->call(next.c_str()); };
-        peer->answer = [peer, next](auto, const char *data) {
-            return heapText(*data ? "deep" : peer->call(next.c_str(), "once"));
+        Peer &peer = peers[i];
+        const char *next = paths[(i + 1) % 3];
+        peer.message = [&peer, next](auto, auto) { peer.call(next); };
+        peer.answer = [&peer, next](auto, const char *data) {
+            return heapText(*data ? "deep" : peer.call(next, "once"));
         };
     }
-    for (auto &peer : peers)
-        peer->run();
-    Peer asker{bus_, "asker"};
+    for (Peer &peer : peers)
+        peer.run();
     for (int round = 0; round < 1000; ++round)
-        asker.publish("go", "");
-    for (int i = 0; i < 3; ++i)
-        EXPECT_NE(asker.call(("/n" + std::to_string(i) + "/x").c_str(), "barrier"), "(null)");
+        asker_.publish("go", "");
+    for (const char *path : paths)
+        EXPECT_EQ(asker_.call(path, "barrier"), "deep");
 }
 
 TEST_F(Stress, TimersAreSetAndKilledFromEverywhere)
 {
-    static std::atomic<int> expired;
-    expired = 0;
-    auto onTimer = [](void *, void *, int32_t) { ++expired; };
+    std::atomic<int> expired{0};
+    std::atomic<int> kept{0};
     Peer node{bus_, "node"};
     node.run();
-    std::atomic<int> kept{0};
-    auto job = [&] {
+    together(3, [&](int) {
         for (int i = 0; i < 2000; ++i) {
-            int32_t id = quillon_timer_set(node.node(), onTimer, i % 7, 1, nullptr);
+            int32_t id = quillon_timer_set(node.node(), countUp, i % 7, 1, &expired);
             bool isKilled = i % 3 == 0 && quillon_timer_kill(node.node(), id) == 0;
             if (!isKilled) ++kept;
             if (i % 100 == 0) quillon_clock_advance(bus_, 1);
         }
-    };
-    together({job, job, job});
+    });
     quillon_clock_advance(bus_, 1000);
-    Peer asker{bus_, "asker"};
-    EXPECT_EQ(asker.call("/node/barrier"), "done");
+    settle("node");
     EXPECT_EQ(expired, kept);
 }
 
