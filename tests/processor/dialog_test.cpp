@@ -125,12 +125,6 @@ TEST_F(WholeDialog, InHalfDuplexRunsFromTheHostsStartToSilenceInItsOrder)
                   told("processor dm status", R"({"status":"silence"})") +
                   Lines{"[I]disable wakeup"} + told("recorder ctrl", kRecorderStop));
     EXPECT_EQ(traceOf("1007").size(), 1U);
-    forget();
-
-    advance(40000); // the session is given up
-    EXPECT_EQ(dialog(), kDmsReset + kVadStop);
-    EXPECT_EQ(said(),
-              (Lines{"[V]finish cancel dilaog timerId 2", "[I]onReset dms", "[I]onStop vad"}));
 }
 
 TEST_F(WholeDialog, InFullDuplexAfterAOneshotWakeupGoesOnListening)

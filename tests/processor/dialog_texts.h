@@ -21,6 +21,7 @@ constexpr char kHalfDuplex[] =
     R"({"dmTimeOut":600000,"keepAliveTimeout":1200000,"oneshot":{"timeout":300000}})";
 constexpr char kFullDuplex[] = R"({"fullDuplex":"true","vad":{"fullMode":1,"timeout":900000},)"
                                R"("dmTimeOut":600000,"keepAliveTimeout":1200000})";
+constexpr char kOneshot[] = R"({"oneshot":{"enable":"true","timeout":300000}})";
 
 inline Lines status(const std::string &name)
 {

@@ -19,22 +19,16 @@ std::string allMembers(const std::string &value)
 
 Lines oddPayloads()
 {
-    Lines payloads = {std::string(20000, '['),
-                      "",
-                      R"({"operation":"sta)",
-                      "[1,2",
-                      "null",
-                      "7",
-                      R"("text")",
-                      "[]",
-                      R"({"dm":"text"})",
-                      R"({"dm":{"command":{"api":7}}})"};
+    Lines payloads = {std::string(20000, '['), R"({"dm":{"command":{"api":7}}})"};
+    for (const char *text :
+         {"", R"({"operation":"sta)", "[1,2", "null", "7", R"("text")", "[]", R"({"dm":"text"})"})
+        payloads.push_back(text);
     for (const char *value : {"null", "-1e300", "true", R"({"a":[]})", R"("\u0000\ud83d\ude00")"})
         payloads.push_back(allMembers(value));
     return payloads;
 }
 
-class Faults : public Dialog, public testing::WithParamInterface<const char *>
+class Faults : public Dialog
 {
 protected:
     void answerAll(const std::optional<std::string> &text)
@@ -43,48 +37,53 @@ protected:
             answer(event, text);
     }
 
-    // A whole dialog, from whatever state the faults have left.
-    void expectUsable()
+    void sendOddPayloads()
     {
-        stopDialog();
-        startListening();
-        recognised(R"({"eof":1})"); // forgets that only listening was asked for
-        const std::tuple<const char *, std::string, const char *> steps[] = {
-            {"api.localAgent.dialogCtrl", kStart, "listening"},
-            {"sys.localVad.end", "{}", "understanding"},
-            {"sys.dms.output", kContinuing, "listening"},
-            {"sys.localVad.end", "{}", "understanding"},
-            {"sys.dms.output", kEnding, "silence"}};
-        for (const auto &[topic, data, name] : steps) {
-            publish(topic, data);
-            EXPECT_EQ(traceOf("vantel.status"), Lines{status(name).front()});
-        }
-    }
-};
-
-TEST_P(Faults, OddPayloadsAndAnswersLeaveADialogUsable)
-{
-    const std::pair<Host, std::optional<std::string>> hosts[] = {
-        {Host::absent, std::nullopt}, {Host::present, std::nullopt},
-        {Host::present, ""},          {Host::present, "{"},
-        {Host::present, "[]"},        {Host::present, R"({"ignore":true,"type":7,"dm":[]})"}};
-    for (const auto &[host, text] : hosts) {
-        begin(GetParam(), host);
-        answerAll(text);
         for (const char *topic : vantel::kProcessorNode.topics) {
             if (topic == std::string("sys.localAgent.exit")) continue;
             send(topic, std::nullopt);
             for (const std::string &payload : oddPayloads())
                 send(topic, payload);
         }
-        settle();
-        answerAll(std::nullopt);
-        expectUsable();
+    }
+
+    // A whole dialog, from whatever state the faults have left.
+    void expectUsable()
+    {
+        stopDialog();
+        startListening();
+        recognised(R"({"eof":1})"); // forgets that only listening was asked for
+        Lines seen;
+        for (const Lines &entries :
+             {startDialog(), speechEnds(), reply(kContinuing), speechEnds(), reply(kEnding)}) {
+            for (const std::string &entry : entries) {
+                if (entry.starts_with("vantel.status")) seen.push_back(entry);
+            }
+        }
+        Lines expected;
+        for (const char *name :
+             {"listening", "understanding", "listening", "understanding", "silence"})
+            expected.push_back(status(name).front());
+        EXPECT_EQ(seen, expected);
+    }
+};
+
+TEST_F(Faults, OddPayloadsAndAnswersLeaveADialogUsable)
+{
+    const std::pair<Host, std::optional<std::string>> hosts[] = {
+        {Host::absent, std::nullopt}, {Host::present, std::nullopt},
+        {Host::present, ""},          {Host::present, "{"},
+        {Host::present, "[]"},        {Host::present, R"({"ignore":true,"type":7,"dm":[]})"}};
+    for (const char *configuration : {kOneshot, kFullDuplex}) {
+        for (const auto &[host, text] : hosts) {
+            begin(configuration, host);
+            answerAll(text);
+            sendOddPayloads();
+            settle();
+            answerAll(std::nullopt);
+            expectUsable();
+        }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(InBothModes, Faults,
-                         testing::Values(R"({"oneshot":{"enable":"true","timeout":300000}})",
-                                         kFullDuplex));
 
 } // namespace

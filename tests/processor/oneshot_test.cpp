@@ -4,7 +4,6 @@
 namespace
 {
 
-constexpr char kOneshot[] = R"({"oneshot":{"enable":"true","timeout":300000}})";
 constexpr char kGreets[] =
     R"({"oneshot":{"enable":"true","timeout":300000,"greetMode":"immediate"}})";
 const std::string kMajor = R"({"type":"major","greeting":"在"})";

@@ -110,6 +110,8 @@ TEST_F(Waits, ADialogThatStaysSilentIsReset)
     EXPECT_EQ(pass(40000), Lines{});
     stopDialog();
     EXPECT_EQ(pass(40000), kDmsReset + kVadStop);
+    EXPECT_EQ(log(),
+              (Lines{"[V]finish cancel dilaog timerId 2", "[I]onReset dms", "[I]onStop vad"}));
 }
 
 TEST_F(Waits, ADialogThatIsNotUsedAgainEndsInSilence)

@@ -59,15 +59,6 @@ protected:
         settle();
         return scripted::callNames(prefix);
     }
-    // The topics of what was published.
-    Lines topics()
-    {
-        Lines entries = trace();
-        std::erase_if(entries, [](const std::string &entry) { return isdigit(entry[0]); });
-        for (std::string &entry : entries)
-            entry.resize(entry.find(' '));
-        return entries;
-    }
     Captures captures()
     {
         settle();

@@ -4,14 +4,8 @@
 # What the three shared libraries show to others and ask of others, read from the files themselves.
 set -euo pipefail
 folder=$1 source=$2 major=$3
-failures=0
-
-expect_equal() { # expect_equal WHAT EXPECTED ACTUAL
-    [[ $2 == "$3" ]] && return
-    failures=$((failures + 1))
-    printf '%s differ:\n' "$1"
-    diff <(echo "$2") <(echo "$3") || true
-}
+# shellcheck source=tests/support/checks.sh
+. "$(dirname "$0")/../support/checks.sh"
 
 # The functions that a header marks with the word $2.
 declared() { grep -oP "^$2 .*?\K[a-zA-Z_]+(?=\()" "$1" | sort; }

@@ -76,17 +76,4 @@ TEST(HostThreads, EightAtOnceLoseNothingAndKeepTheOrderOfEach)
     vantelRelease();
 }
 
-TEST(HostThreads, DeletionRightAfterCreationEndsEveryThread)
-{
-    vantelInit(R"({"level":6})");
-    for (int i = 0; i < 50; ++i) {
-        void *first = vantelNew("{}", nullptr, nullptr);
-        void *second = vantelNew(R"({"vad":{},"timerClickMs":5})", nullptr, nullptr);
-        vantelStartDialog(second);
-        vantelDelete(first);
-        vantelDelete(second);
-    }
-    vantelRelease();
-}
-
 } // namespace

@@ -4,6 +4,8 @@
 # Installs the build into a fresh folder; a program outside the tree then finds, links and runs the
 # library there, once through the CMake package and once through pkg-config.
 set -euo pipefail
+# shellcheck source=tests/support/checks.sh
+. "$(dirname "$0")/../support/checks.sh"
 build=$1 source=$2 compiler=$3
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -11,20 +13,6 @@ prefix=$work/installed
 
 cmake --install "$build" --prefix "$prefix" >/dev/null
 cp -r "$source/examples" "$work/outside"
-
-prints_status() { # prints_status PROGRAM: the event of the new status comes before the end of input
-    coproc program { "$1" 2>&1; }
-    local line seen=1 pid=$program_PID in=${program[1]} out=${program[0]}
-    while read -r -t 60 -u "$out" line; do
-        printf '%s\n' "$line"
-        if [[ $line == 'event 1012: {"status":"understanding"}' ]]; then
-            seen=0
-            break
-        fi
-    done
-    echo >&"$in"
-    wait "$pid" && return "$seen"
-}
 
 cmake -S "$work/outside" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" \
     -DCMAKE_C_COMPILER="$compiler" >/dev/null

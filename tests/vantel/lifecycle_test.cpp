@@ -146,17 +146,4 @@ TEST_F(Lifecycle, AnInstanceWithoutABusRefusesEverythingAndCanBeDeleted)
     EXPECT_EQ(spy::record()->lives, Lines{"bus_new"});
 }
 
-TEST_F(Lifecycle, InstancesHaveBusesOfTheirOwn)
-{
-    initialise();
-    beginSystem("{}");
-    void *other = vantelNew("{}", nullptr, nullptr);
-    EXPECT_NE(static_cast<Instance *>(other)->bus, instance()->bus);
-    end();
-    forget();
-    EXPECT_EQ(vantelStartDialog(other), 0);
-    EXPECT_EQ(traceOf("api.").size(), 1U);
-    vantelDelete(other);
-}
-
 } // namespace

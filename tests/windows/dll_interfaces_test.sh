@@ -4,14 +4,8 @@
 # What the three DLLs show to others and ask of others, read from the files themselves.
 set -euo pipefail
 objdump=$1 folder=$2 source=$3
-failures=0
-
-expect_equal() { # expect_equal WHAT EXPECTED ACTUAL
-    [[ $2 == "$3" ]] && return
-    failures=$((failures + 1))
-    printf '%s differ:\n' "$1"
-    diff <(echo "$2") <(echo "$3") || true
-}
+# shellcheck source=tests/support/checks.sh
+. "$(dirname "$0")/../support/checks.sh"
 
 # The names, or ordinals, that a .def file promises.
 promised_names() { sed -n '/EXPORTS/,$s/^ \+\([A-Za-z_]*\)$/\1/p' "$1" | sort; }

@@ -4,6 +4,8 @@
 # Makes the package and unpacks it somewhere else. There the quick start has to come true: the tool
 # recognises a command, and the example compiles, links and runs, by hand and through CMake.
 set -euo pipefail
+# shellcheck source=tests/support/checks.sh
+. "$(dirname "$0")/../support/checks.sh"
 build=$1 source=$2 compiler=$3 recording=$4
 wine=$source/scripts/run-under-wine
 work=$(mktemp -d)
@@ -29,22 +31,8 @@ else
     echo "the package has no detector of speech: the tool was not tried"
 fi
 
-prints_status() { # prints_status PROGRAM: the event of the new status comes before the end of input
-    coproc program { "$wine" "$1" 2>&1; }
-    local line seen=1 pid=$program_PID in=${program[1]} out=${program[0]}
-    while IFS=$'\r' read -r -t 60 -u "$out" line; do
-        printf '%s\n' "$line"
-        if [[ $line == 'event 1012: {"status":"understanding"}' ]]; then
-            seen=0
-            break
-        fi
-    done
-    echo >&"$in"
-    wait "$pid" && return "$seen"
-}
-
 "$compiler" examples/events.c -Iinclude -Llib -lvantel -o bin/events.exe
-prints_status bin/events.exe
+prints_status "$wine" bin/events.exe
 
 printf '%s\n' 'cmake_minimum_required(VERSION 3.25)' 'project(host C)' 'find_package(vantel REQUIRED)' \
     'add_executable(host examples/events.c)' 'target_link_libraries(host vantel::vantel)' \
@@ -53,4 +41,4 @@ cmake -S . -B "$work/host" -DCMAKE_SYSTEM_NAME=Windows -DCMAKE_C_COMPILER="$comp
     -DCMAKE_PREFIX_PATH="$PWD" >/dev/null
 cmake --build "$work/host" >/dev/null
 cp "$work/host/host.exe" bin
-prints_status bin/host.exe
+prints_status "$wine" bin/host.exe
