@@ -110,7 +110,7 @@ TEST_F(DmsCalls, TopicsDoWhatTheCallsDo)
 
 TEST_F(DmsCalls, AudioIsFedAndCapturedOnlyWhileStarted)
 {
-    begin((R"({"asr":{"cachePcm":"true"},"homePath":")" + folder + R"("})").c_str());
+    begin((R"({"asr":{"cachePcm":"true"},"homePath":")" + folder.path() + R"("})").c_str());
     send("sys.localVad.pcm", "too early");
     ask("start");
     send("sys.localVad.pcm", std::string("ab\0c", 4));
@@ -129,11 +129,10 @@ TEST_F(DmsCalls, AudioIsFedAndCapturedOnlyWhileStarted)
 
     const Lines named = log("asr pcm path");
     ASSERT_EQ(named.size(), 1U);
-    const std::string path = named[0].substr(named[0].find(": ") + 2);
-    EXPECT_TRUE(std::regex_match(path.substr(folder.size()),
-                                 std::regex{"/cache/asr/[0-9]{1,10}[0-9a-f]{40}\\.pcm"}))
-        << path;
-    EXPECT_EQ(readFile(path), fed);
+    const std::string name = named[0].substr(named[0].find(": ") + 2 + folder.path().size());
+    EXPECT_TRUE(std::regex_match(name, std::regex{"/cache/asr/[0-9]{1,10}[0-9a-f]{40}\\.pcm"}))
+        << name;
+    EXPECT_EQ(folder.read(name), fed);
 }
 
 TEST_F(DmsCalls, EveryStepOfANodesLifeIsLogged)

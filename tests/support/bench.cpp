@@ -2,7 +2,6 @@
 
 #include "contracts/quillon.h"
 #include "include/vantel/vantel.h"
-#include "platform/platform.h"
 #include "quillon/clock.h"
 #include "src/agent/agent.h"
 #include "src/dms/dms.h"
@@ -10,9 +9,6 @@
 #include "src/vad/vad.h"
 #include "tools/quenda_tool.h"
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <sstream>
 
 using namespace vantel;
@@ -20,20 +16,7 @@ using namespace vantel;
 namespace
 {
 
-std::string freshFolder()
-{
-    char id[kUuidBytes];
-    quendaGetUUID(id, "tests");
-    const auto path = std::filesystem::temp_directory_path() /
-                      ("vantel-" + std::to_string(platformProcessId()) + "-" + id);
-    std::filesystem::create_directories(path);
-    return path.generic_string();
-}
-
-std::string logFile(const std::string &folder)
-{
-    return readFile(folder + "/cache/log/vantel.log");
-}
+constexpr char kLog[] = "cache/log/vantel.log";
 
 // "[04312:01876]2026-11-18 17:10:01.123 [D] src/vad/vad# 557#  ZQ-localVad ..." without its header.
 std::string withoutHeader(const std::string &line)
@@ -53,14 +36,7 @@ template <typename Record> Record *running(Record *record, int32_t (*start)(Reco
 
 } // namespace
 
-std::string readFile(const std::string &path)
-{
-    std::ifstream file{std::filesystem::path{std::u8string{path.begin(), path.end()}},
-                       std::ios::binary};
-    return {std::istreambuf_iterator<char>{file}, {}};
-}
-
-Bench::Bench() : folder(freshFolder())
+Bench::Bench()
 {
     spy::record().record = {};
     scripted::reset();
@@ -71,13 +47,11 @@ Bench::~Bench()
     end();
     vantelRelease();
     EXPECT_EQ(scripted::liveHandles(), 0);
-    std::error_code ignored;
-    std::filesystem::remove_all(folder, ignored);
 }
 
 std::string Bench::logConfiguration() const
 {
-    return R"({"level":1,"logDirPath":")" + folder + R"("})";
+    return R"({"level":1,"logDirPath":")" + folder.path() + R"("})";
 }
 
 void Bench::initialise()
@@ -208,7 +182,7 @@ Lines Bench::traceOf(const std::string &prefix)
 Lines Bench::log(const std::string &containing)
 {
     settle();
-    std::istringstream text{logFile(folder).substr(logStart_)};
+    std::istringstream text{folder.read(kLog).substr(logStart_)};
     Lines lines;
     for (std::string line; std::getline(text, line);) {
         line = withoutHeader(line);
@@ -223,7 +197,7 @@ void Bench::forget()
 {
     settle();
     spy::record()->trace.clear();
-    logStart_ = logFile(folder).size();
+    logStart_ = folder.read(kLog).size();
 }
 
 Lines Bench::statuses()

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "tests/support/bus_spy.h"
+#include "tests/support/folder.h"
 #include "tests/support/scripted_engine.h"
 
 #include <cstdint>
@@ -28,11 +29,11 @@ enum class Host { present, absent };
 class Bench : public testing::Test
 {
 protected:
-    Bench(); // in a fresh folder
+    Bench();
     // Ends what was begun, and expects that it left the engine nothing.
     ~Bench() override;
 
-    const std::string folder; // for the log, and free for the test
+    const Folder folder; // for the log, and free for the test
     std::string logConfiguration() const;
     void initialise(); // the library, with the log at level 1
 
@@ -78,6 +79,3 @@ private:
     Lines statuses_;
     size_t logStart_ = 0; // bytes of the log that were forgotten
 };
-
-// The file's bytes; empty when there is none.
-std::string readFile(const std::string &path);

@@ -28,11 +28,9 @@ public:
     Folder(const Folder &) = delete;
     Folder &operator=(const Folder &) = delete;
 
+    std::string path() const { return folder_.generic_string(); }
     // The path of a file of this name, which need not be there.
-    std::string operator/(const std::string &name) const
-    {
-        return folder_.generic_string() + "/" + name;
-    }
+    std::string operator/(const std::string &name) const { return path() + "/" + name; }
     std::string write(const std::string &name, const std::string &bytes) const
     {
         std::ofstream{*this / name, std::ios::binary} << bytes;

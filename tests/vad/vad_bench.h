@@ -20,9 +20,9 @@ protected:
     {
         std::string text = configuration ? configuration : "";
         const size_t home = text.find("HOME");
-        if (home != text.npos) text.replace(home, 4, folder);
+        if (home != text.npos) text.replace(home, 4, folder.path());
         end();
-        std::filesystem::remove_all(folder + "/cache/vad");
+        std::filesystem::remove_all(folder / "cache/vad");
         beginNode(Node::vad, configuration ? text.c_str() : nullptr);
         for (int32_t event : {1003, 1042, 1043})
             answer(event, "{}"); // which the node frees
@@ -62,14 +62,15 @@ protected:
     Captures captures()
     {
         settle();
-        std::set<std::string> paths;
+        std::set<std::string> names;
         std::error_code absent;
-        for (const auto &entry : std::filesystem::directory_iterator(folder + "/cache/vad", absent))
-            paths.insert(entry.path().generic_string());
+        for (const auto &entry : std::filesystem::directory_iterator(folder / "cache/vad", absent))
+            names.insert(entry.path().filename().string());
         Captures byKind;
-        for (const std::string &path : paths) {
-            const size_t kind = path.rfind('_') + 1;
-            byKind[path.substr(kind, path.rfind('.') - kind)].push_back(readFile(path));
+        for (const std::string &name : names) {
+            const size_t kind = name.rfind('_') + 1;
+            byKind[name.substr(kind, name.rfind('.') - kind)].push_back(
+                folder.read("cache/vad/" + name));
         }
         return byKind;
     }

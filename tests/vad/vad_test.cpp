@@ -270,7 +270,7 @@ TEST_F(Vad, AFolderThatCannotBeWrittenLosesOnlyTheCaptures)
     detect(1, "speech");
     feed("abc");
     EXPECT_EQ(traceOf("localVad."), (Lines{"localVad.begin " + began(0), "localVad.pcm speech"}));
-    EXPECT_EQ(logged("create vad cache dir failed, path: " + folder), 1U);
+    EXPECT_EQ(logged("create vad cache dir failed, path: " + folder.path()), 1U);
     EXPECT_EQ(logged("open failed, vad path: "), 2U);
 }
 

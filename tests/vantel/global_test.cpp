@@ -30,9 +30,8 @@ TEST_F(Global, TheBannerNamesTheVersionsOfLibraryAndEngineParts)
 {
     const std::string logged = init(R"({"level":3})", 0);
     size_t at = 0;
-    for (const char *part :
-         {"#  vantel vantel version: " VANTEL_VERSION "\n", "\nVAD_VERSION: ", "\nGRAM_VERSION: ",
-          "\nASR_VERSION: ", R"({"level":3})"}) {
+    for (const char *part : {"#  vantel vantel version: " VANTEL_VERSION "\n", "\nVAD_VERSION: ",
+                             "\nGRAM_VERSION: ", "\nASR_VERSION: ", R"({"level":3})"}) {
         at = logged.find(part, at);
         ASSERT_NE(at, std::string::npos) << part << logged;
     }
@@ -41,15 +40,14 @@ TEST_F(Global, TheBannerNamesTheVersionsOfLibraryAndEngineParts)
 TEST_F(Global, LogsBelowTheDirectoryAndTellsTheEngineOfIt)
 {
     const std::string configuration =
-        R"({"level":1,"logDirPath":")" + folder + R"(/x","engine":{"a":1}} tail)";
+        R"({"level":1,"logDirPath":")" + folder.path() + R"(/x","engine":{"a":1}} tail)";
     EXPECT_EQ(init(configuration.c_str(), 0), "");
-    const std::string directory = folder + "/x/cache/log";
-    EXPECT_FALSE(readFile(directory + "/vantel.log").empty());
+    EXPECT_FALSE(folder.read("x/cache/log/vantel.log").empty());
     ASSERT_EQ(scripted::callNames(), Lines{"ostrel_library_load"});
     EXPECT_EQ(scripted::calls()[0].text,
-              "{\n\t\"level\":\t1,\n\t\"logDirPath\":\t\"" + folder +
-                  "/x\",\n\t\"engine\":\t{\n\t\t\"a\":\t1\n\t},\n\t\"logFile\":\t\"" + directory +
-                  "/ostrel.log\",\n\t\"logEnable\":\ttrue\n}");
+              "{\n\t\"level\":\t1,\n\t\"logDirPath\":\t\"" + folder.path() +
+                  "/x\",\n\t\"engine\":\t{\n\t\t\"a\":\t1\n\t},\n\t\"logFile\":\t\"" +
+                  folder.path() + "/x/cache/log/ostrel.log\",\n\t\"logEnable\":\ttrue\n}");
 
     vantelRelease();
     scripted::reset();
@@ -60,10 +58,10 @@ TEST_F(Global, LogsBelowTheDirectoryAndTellsTheEngineOfIt)
 TEST_F(Global, PassesModeAndSizeToTheLog)
 {
     const auto logAfter = [&](const std::string &members) {
-        vantelInit((R"({"logDirPath":")" + folder + "\"," + members + "}").c_str());
+        vantelInit((R"({"logDirPath":")" + folder.path() + "\"," + members + "}").c_str());
         vantelStartDialog(nullptr);
         vantelRelease();
-        return readFile(folder + "/cache/log/vantel.log");
+        return folder.read("cache/log/vantel.log");
     };
     logAfter(R"("mode":0,"first":1)");
     const std::string both = logAfter(R"("mode":1,"second":1)");

@@ -4,7 +4,6 @@
 #include "tests/support/bench.h"
 
 #include <filesystem>
-#include <fstream>
 
 namespace
 {
@@ -61,7 +60,7 @@ TEST_F(Lifecycle, GivesTheNodesTheParametersAndThenTheLogSettings)
     beginSystem(R"({"Level":4,"a":[]})");
     EXPECT_EQ(nodeConfiguration(), "{\n\t\"Level\":\t4,\n\t\"a\":\t[],\n\t\"level\":\t1,\n\t"
                                    "\"logDirPath\":\t\"" +
-                                       folder + "\"\n}");
+                                       folder.path() + "\"\n}");
 }
 
 TEST_F(Lifecycle, WithoutInitialisationReadsNoParametersAndTakesDefaults)
@@ -76,14 +75,14 @@ TEST_F(Lifecycle, WithoutInitialisationReadsNoParametersAndTakesDefaults)
 TEST_F(Lifecycle, ConfiguresTheBusFromBothTexts)
 {
     const std::string common = "{\n\t\"level\":\t1,\n\t\"mode\":\t0,\n\t\"size\":\t20";
-    const std::string log = ",\n\t\"path\":\t\"" + folder + "/cache/log/quillon.log\"";
+    const std::string log = ",\n\t\"path\":\t\"" + folder.path() + "/cache/log/quillon.log\"";
     const struct {
         std::string init, params, bus;
     } cases[] = {
         {logConfiguration(), "{}", common + log + "\n}"},
         {logConfiguration(), R"({"timerClickMs":3,"homePath":""})", common + log + "\n}"},
-        {logConfiguration(), R"({"timerClickMs":5,"homePath":")" + folder + R"(/h"})",
-         common + ",\n\t\"timerClickMs\":\t5" + log + ",\n\t\"homePath\":\t\"" + folder +
+        {logConfiguration(), R"({"timerClickMs":5,"homePath":")" + folder.path() + R"(/h"})",
+         common + ",\n\t\"timerClickMs\":\t5" + log + ",\n\t\"homePath\":\t\"" + folder.path() +
              "/h/cache/keys\"\n}"},
         {R"({"level":5,"mode":2,"size":1.5})", "{}",
          "{\n\t\"level\":\t5,\n\t\"mode\":\t2,\n\t\"size\":\t1.5\n}"},
@@ -95,18 +94,18 @@ TEST_F(Lifecycle, ConfiguresTheBusFromBothTexts)
         end();
         vantelRelease();
     }
-    EXPECT_TRUE(std::filesystem::is_directory(folder + "/h/cache/keys"));
+    EXPECT_TRUE(std::filesystem::is_directory(folder / "h/cache/keys"));
 }
 
 TEST_F(Lifecycle, GoesOnWithoutAKeyDirectoryAndRefusesLongPaths)
 {
     initialise();
-    std::ofstream{folder + "/file"} << "not a directory";
-    beginSystem((R"({"homePath":")" + folder + R"(/file"})").c_str());
-    const std::string keys = folder + "/file/cache/keys";
+    const std::string keys = folder.write("file", "not a directory") + "/cache/keys";
+    beginSystem((R"({"homePath":")" + (folder / "file") + R"("})").c_str());
     EXPECT_EQ(log("create dir"), Lines{"[E]  vantel create dir failed, dirPath: " + keys});
     EXPECT_NE(busConfiguration().find(keys), std::string::npos);
-    beginSystem((R"({"homePath":")" + folder + "/" + std::string(256, 'x') + R"("})").c_str());
+    beginSystem(
+        (R"({"homePath":")" + folder.path() + "/" + std::string(256, 'x') + R"("})").c_str());
     EXPECT_TRUE(handle);
     EXPECT_EQ(busConfiguration().find("homePath"), std::string::npos);
 }

@@ -5,59 +5,59 @@
 namespace
 {
 
-struct Row {
-    const char *name;
-    int32_t (*operation)(void *);
-    const char *entry; // with its level
+struct Operation {
+    std::string name;
+    int32_t (*call)(void *);
+    std::string entry; // with its level
 };
 
 // clang-format off
-#define ROW(entry, name, ...)                                                                      \
-    {#name, [](void *handle) { return name(handle __VA_OPT__(,) __VA_ARGS__); }, entry}
+#define ENTERS_AS(entry, name, ...)                                                                \
+    Operation{#name, [](void *handle) { return name(handle __VA_OPT__(,) __VA_ARGS__); }, entry}
 // clang-format on
+#define ENTERS(name, ...) ENTERS_AS("[I]  vantel " #name, name __VA_OPT__(, ) __VA_ARGS__)
 
-const Row kRows[] = {
-    ROW("[I]  vantel   vantelSetWakeupWords", vantelSetWakeupWords, nullptr),
-    ROW("[I]  vantel  vantelEnableWakeup", vantelEnableWakeup),
-    ROW("[I]  vantel vantelEvaluateWakeupWords", vantelEvaluateKeyWords, nullptr),
-    ROW("[I]  vantel  vantelDisableWakeup", vantelDisableWakeup),
-    ROW("[I]  vantel  vantelStartExtendsp", vantelStartExtendsp),
-    ROW("[I]  vantel  vantelStopExtendsp", vantelStopExtendsp),
-    ROW("[I]  vantel vantelStartListening", vantelStartListening),
-    ROW("[I]  vantel vantelStopListening", vantelStopListening),
-    ROW("[I]  vantel vantelStartDialog", vantelStartDialog),
-    ROW("[I]  vantel vantelStopDialog", vantelStopDialog),
-    ROW("[I]  vantel vantelStopDialogParams: NULL", vantelStopDialogParams, nullptr),
-    ROW("[D]  vantel vantelFeedData", vantelFeedData, nullptr, 0),
-    ROW("[I]  vantel vantelInputText", vantelInputText, nullptr),
-    ROW("[I]  vantel vantelTriggerIntent", vantelTriggerIntent, nullptr),
-    ROW("[I]  vantel vantelSetContextSync", vantelSetContextSync, nullptr),
-    ROW("[I]  vantel vantelSpeak", vantelSpeak, nullptr),
-    ROW("[I]  vantel vantelSetCustomAudio", vantelSetCustomAudio, nullptr),
-    ROW("[I]  vantel vantelSetParams", vantelSetParams, nullptr),
-    ROW("[I]  vantel vantelOperateVocabs", vantelOperateVocabs, nullptr),
-    ROW("[I]  vantel vantelSystemSettings", vantelSystemSettings, nullptr),
-    ROW("[I]  vantel vantelSkillSettings", vantelSkillSettings, nullptr),
-    ROW("[D]  vantel vantelFeedCustomTTSDataBegin", vantelFeedCustomTTSDataBegin, nullptr),
-    ROW("[D]  vantel vantelFeedCustomTTSData", vantelFeedCustomTTSData, nullptr, 0),
-    ROW("[D]  vantel vantelFeedCustomTTSDataEnd", vantelFeedCustomTTSDataEnd, nullptr),
-    ROW("[I]  vantel vantelNotifyTTSEnd", vantelNotifyTTSEnd, nullptr),
-    ROW("[I]  vantel vantelOperateOauth", vantelOperateOauth, nullptr),
-    ROW("[I]  vantel vantelQXFindDevice", vantelQXFindDevice, nullptr),
-    ROW("[I]  vantel vantelQXDownload", vantelQXDownload, nullptr),
-    ROW("[I]  vantel vantelQXDFU", vantelQXDFU, nullptr),
-    ROW("[I]  vantel vantelQXDownloadToDFU", vantelQXDownloadToDFU, nullptr),
-    ROW("[I]  vantel vantelQXReset", vantelQXReset, nullptr),
-    ROW("[I]  vantel vantelQXSetCustomNlg", vantelQXSetCustomNlg, nullptr),
-    ROW("[I]  vantel QXOperateInfo", vantelQXOperateInfo, nullptr),
-    ROW("[I]  vantel vantelStartFace", vantelStartFace, nullptr),
-    ROW("[D]  vantel vantelFeedImage", vantelFeedImage, nullptr, 0, 1, 2, 3),
-    ROW("[I]  vantel vantelStopFace", vantelStopFace, nullptr),
-    ROW("[I]  vantel vantelCloudVprRegister", vantelCloudVprRegister, nullptr),
-    ROW("[I]  vantel vantelCloudVprUnregister", vantelCloudVprUnregister, nullptr),
-    ROW("[I]  vantel vantelCloudVprVerify", vantelCloudVprVerify, nullptr),
-};
-static_assert(std::size(kRows) == 39);
+const Operation kOperations[] = {
+    ENTERS_AS("[I]  vantel   vantelSetWakeupWords", vantelSetWakeupWords, nullptr),
+    ENTERS_AS("[I]  vantel  vantelEnableWakeup", vantelEnableWakeup),
+    ENTERS_AS("[I]  vantel vantelEvaluateWakeupWords", vantelEvaluateKeyWords, nullptr),
+    ENTERS_AS("[I]  vantel  vantelDisableWakeup", vantelDisableWakeup),
+    ENTERS_AS("[I]  vantel  vantelStartExtendsp", vantelStartExtendsp),
+    ENTERS_AS("[I]  vantel  vantelStopExtendsp", vantelStopExtendsp),
+    ENTERS_AS("[I]  vantel vantelStopDialogParams: NULL", vantelStopDialogParams, nullptr),
+    ENTERS_AS("[D]  vantel vantelFeedData", vantelFeedData, nullptr, 0),
+    ENTERS_AS("[D]  vantel vantelFeedCustomTTSDataBegin", vantelFeedCustomTTSDataBegin, nullptr),
+    ENTERS_AS("[D]  vantel vantelFeedCustomTTSData", vantelFeedCustomTTSData, nullptr, 0),
+    ENTERS_AS("[D]  vantel vantelFeedCustomTTSDataEnd", vantelFeedCustomTTSDataEnd, nullptr),
+    ENTERS_AS("[I]  vantel QXOperateInfo", vantelQXOperateInfo, nullptr),
+    ENTERS_AS("[D]  vantel vantelFeedImage", vantelFeedImage, nullptr, 0, 1, 2, 3),
+    ENTERS(vantelStartListening),
+    ENTERS(vantelStopListening),
+    ENTERS(vantelStartDialog),
+    ENTERS(vantelStopDialog),
+    ENTERS(vantelInputText, nullptr),
+    ENTERS(vantelTriggerIntent, nullptr),
+    ENTERS(vantelSetContextSync, nullptr),
+    ENTERS(vantelSpeak, nullptr),
+    ENTERS(vantelSetCustomAudio, nullptr),
+    ENTERS(vantelSetParams, nullptr),
+    ENTERS(vantelOperateVocabs, nullptr),
+    ENTERS(vantelSystemSettings, nullptr),
+    ENTERS(vantelSkillSettings, nullptr),
+    ENTERS(vantelNotifyTTSEnd, nullptr),
+    ENTERS(vantelOperateOauth, nullptr),
+    ENTERS(vantelQXFindDevice, nullptr),
+    ENTERS(vantelQXDownload, nullptr),
+    ENTERS(vantelQXDFU, nullptr),
+    ENTERS(vantelQXDownloadToDFU, nullptr),
+    ENTERS(vantelQXReset, nullptr),
+    ENTERS(vantelQXSetCustomNlg, nullptr),
+    ENTERS(vantelStartFace, nullptr),
+    ENTERS(vantelStopFace, nullptr),
+    ENTERS(vantelCloudVprRegister, nullptr),
+    ENTERS(vantelCloudVprUnregister, nullptr),
+    ENTERS(vantelCloudVprVerify, nullptr)};
+static_assert(std::size(kOperations) == 39);
 
 using Operations = Bench;
 
@@ -67,13 +67,14 @@ TEST_F(Operations, LogTheirEntryAndRefuseAHandleWithoutAnAgent)
     vantel::Instance noTable;
     vantel::NodeTable noAgents;
     vantel::Instance noAgent{.nodes = &noAgents};
-    for (const Row &row : kRows) {
-        for (vantel::Instance *instance :
-             {static_cast<vantel::Instance *>(nullptr), &noTable, &noAgent}) {
+    for (const auto &[name, operation, entry] : kOperations) {
+        const std::string refusal =
+            "[E]  vantel   " + name + " err by vantel nodes or agent is nil";
+        for (void *instance : {static_cast<void *>(nullptr), static_cast<void *>(&noTable),
+                               static_cast<void *>(&noAgent)}) {
             forget();
-            EXPECT_EQ(row.operation(instance), -1) << row.name;
-            EXPECT_EQ(log(), (Lines{row.entry, std::string("[E]  vantel   ") + row.name +
-                                                   " err by vantel nodes or agent is nil"}));
+            EXPECT_EQ(operation(instance), -1) << name;
+            EXPECT_EQ(log(), (Lines{entry, refusal}));
         }
     }
 }
