@@ -38,10 +38,7 @@ TEST(LastOccurrence, FindsTheLastInWholeSteps)
 
 TEST(Spacing, LeavesOneBlankBetweenAsciiWordsAndNoneBesideChinese)
 {
-    struct {
-        const char *text;
-        const char *tidy;
-    } cases[] = {
+    const std::pair<const char *, const char *> cases[] = {
         {"  ab   cd  ", "ab cd"},
         {"打 开 空 调", "打开空调"},
         {"打  开", "打开"},
@@ -53,10 +50,10 @@ TEST(Spacing, LeavesOneBlankBetweenAsciiWordsAndNoneBesideChinese)
         {"", ""},
         {"abc\xE4", "abc\xE4"}, // a character that is cut short is not read beyond its end
     };
-    for (const auto &c : cases) {
-        std::vector<char> out(std::strlen(c.text) + 1, 'x');
-        EXPECT_EQ(normaliseSpacing(c.text, out.data(), static_cast<int32_t>(out.size())), 0);
-        EXPECT_STREQ(out.data(), c.tidy);
+    for (const auto &[text, tidy] : cases) {
+        std::vector<char> out(std::strlen(text) + 1, 'x');
+        EXPECT_EQ(normaliseSpacing(text, out.data(), static_cast<int32_t>(out.size())), 0);
+        EXPECT_STREQ(out.data(), tidy);
     }
     char out[4];
     EXPECT_EQ(normaliseSpacing(nullptr, out, 4), -1);

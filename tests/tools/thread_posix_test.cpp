@@ -16,9 +16,8 @@ TEST(PosixThreads, AThreadThatCannotBeMadeLeavesNoHandleAndIsLogged)
     quenda_mk_thread_init(&record, "sbcp_test");
     record.stackSize = 1; // below what the system allows
     testing::internal::CaptureStdout();
-    EXPECT_EQ(quenda_mk_thread_create(
-                  &record, [](void *) {}, nullptr),
-              -1);
+    auto nothing = [](void *) {};
+    EXPECT_EQ(quenda_mk_thread_create(&record, nothing, nullptr), -1);
     std::string logged = testing::internal::GetCapturedStdout();
     EXPECT_TRUE(logged.ends_with("  ZQ-thread 创建线程， handle: 0, name: sbcp_test\n")) << logged;
     EXPECT_EQ(record.handle, nullptr);
