@@ -3,9 +3,6 @@
 #include <algorithm>
 #include <gtest/gtest.h>
 
-using vantel::HeapText;
-using vantel::Json;
-
 namespace commands
 {
 
@@ -29,7 +26,7 @@ public <hand> = <card> + | <rank> <rank>;
 
 std::string grammarText(const std::string &jsgf, const std::string &more)
 {
-    Json text{cJSON_CreateString(jsgf.c_str())};
+    vantel::Json text{cJSON_CreateString(jsgf.c_str())};
     return "{\"text\":" + std::string{vantel::jsonPrint(text.get()).get()} + more + "}";
 }
 
@@ -43,8 +40,16 @@ int32_t compile(const std::string &configuration)
 }
 
 Recogniser::Recogniser(const std::string &configuration)
-    : handle(ostrel_asr_new(configuration.c_str(), onResult, this))
 {
+    auto onResult = [](void *user, int32_t kind, const void *data, int32_t length) -> int32_t {
+        EXPECT_EQ(kind, 0);
+        std::string text{static_cast<const char *>(data), static_cast<size_t>(length)};
+        Recogniser *recogniser = static_cast<Recogniser *>(user);
+        recogniser->results.push_back(vantel::jsonParse(text.c_str()));
+        EXPECT_TRUE(recogniser->results.back()) << text;
+        return 0;
+    };
+    handle = ostrel_asr_new(configuration.c_str(), onResult, this);
 }
 
 Recogniser::~Recogniser()
@@ -65,23 +70,15 @@ int32_t Recogniser::feed(const std::string &audio, size_t chunkBytes)
     return result;
 }
 
-const cJSON *Recogniser::recognise(const std::string &audio, const char *startText)
+const cJSON *Recogniser::recognise(const std::string &audio, const char *startText,
+                                   size_t chunkBytes)
 {
     results.clear();
     EXPECT_EQ(ostrel_asr_start(handle, startText), 0);
-    EXPECT_EQ(feed(audio), 0);
+    EXPECT_EQ(feed(audio, chunkBytes), 0);
     EXPECT_EQ(ostrel_asr_stop(handle), 0);
     EXPECT_FALSE(results.empty());
     return results.empty() ? nullptr : results.back().get();
-}
-
-int32_t Recogniser::onResult(void *user, int32_t kind, const void *data, int32_t length)
-{
-    EXPECT_EQ(kind, 0);
-    std::string text{static_cast<const char *>(data), static_cast<size_t>(length)};
-    static_cast<Recogniser *>(user)->results.push_back(vantel::jsonParse(text.c_str()));
-    EXPECT_TRUE(static_cast<Recogniser *>(user)->results.back()) << text;
-    return 0;
 }
 
 std::string rec(const cJSON *result, const char *kind)
@@ -104,7 +101,7 @@ double conf(const cJSON *result, const char *kind)
 std::string sem(const cJSON *result)
 {
     const cJSON *post = vantel::jsonObject(vantel::jsonObject(result, "grammar"), "post");
-    HeapText text = vantel::jsonPrint(vantel::jsonObject(post, "sem"));
+    vantel::HeapText text = vantel::jsonPrint(vantel::jsonObject(post, "sem"));
     return text ? text.get() : "";
 }
 

@@ -23,10 +23,9 @@ std::string grammarText(const std::string &jsgf, const std::string &more = "");
 // What ostrel_gram_start says of the configuration.
 int32_t compile(const std::string &configuration);
 
-// A recogniser over the engine's C interface, its results in order.
-class Recogniser
-{
-public:
+// A recogniser over the engine's C interface, its results in order; no handle when it could not be
+// made.
+struct Recogniser {
     explicit Recogniser(const std::string &configuration);
     ~Recogniser();
     Recogniser(const Recogniser &) = delete;
@@ -35,17 +34,14 @@ public:
     int32_t feed(const std::string &audio, size_t chunkBytes = 3200);
 
     // One utterance from start to stop; the last result.
-    const cJSON *recognise(const std::string &audio,
-                           const char *startText = R"({"env":"use_pinyin=1;use_xbnf_rec=1;"})");
+    const cJSON *recognise(const std::string &audio, const char *startText = nullptr,
+                           size_t chunkBytes = 3200);
 
     std::vector<vantel::Json> results;
     void *handle = nullptr;
-
-private:
-    static int32_t onResult(void *user, int32_t kind, const void *data, int32_t length);
 };
 
-// Members of a result's "grammar" or "ngram"; "" and 0 where they are missing.
+// Members of a result's "grammar" or "ngram"; "", -1 and 0 where they are missing.
 std::string rec(const cJSON *result, const char *kind = "grammar");
 int eof(const cJSON *result, const char *kind = "grammar");
 double conf(const cJSON *result, const char *kind = "grammar");

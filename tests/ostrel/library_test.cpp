@@ -1,50 +1,34 @@
 // Loading of the engine library: what is refused, with which code, and what the log says.
-#include "contracts/ostrel.h"
 #include "ostrel/library.h"
 
-#include <filesystem>
-#include <fstream>
+#include "contracts/ostrel.h"
+#include "tests/support/folder.h"
+
 #include <gtest/gtest.h>
-#include <iterator>
 
 using namespace vantel::ostrel;
 
 namespace
 {
 
-namespace fs = std::filesystem;
-
-class Loading : public testing::Test
-{
-protected:
-    void SetUp() override
-    {
-        const auto *test = testing::UnitTest::GetInstance()->current_test_info();
-        folder = fs::temp_directory_path() / "vantel-engine" / test->name();
-        fs::remove_all(folder);
-        fs::create_directories(folder);
-    }
-
-    void TearDown() override
-    {
-        ostrel_library_release();
-        fs::remove_all(folder);
-    }
+struct Loading : testing::Test {
+    ~Loading() override { ostrel_library_release(); }
 
     int32_t load(const std::string &members)
     {
-        std::string log = (folder / "engine.log").generic_string();
-        return ostrel_library_load(
-            ("{\"logEnable\":true,\"logFile\":\"" + log + "\"," + members + "}").c_str());
+        std::string text = R"({"logEnable":true,"logFile":")" + folder / "log" + "\"," + members;
+        return ostrel_library_load((text + "}").c_str());
     }
-
-    std::string log() const
+    int32_t loadWith(const std::string &resources)
     {
-        std::ifstream file{folder / "engine.log", std::ios::binary};
-        return {std::istreambuf_iterator<char>{file}, {}};
+        return load("\"resources\":\"" + resources + "\"");
+    }
+    bool logHas(const std::string &text) const
+    {
+        return folder.read("log").find(text) != std::string::npos;
     }
 
-    fs::path folder;
+    Folder folder;
 };
 
 TEST_F(Loading, BrokenConfigurationsAreRefusedAndTheCodeIsKept)
@@ -53,10 +37,10 @@ TEST_F(Loading, BrokenConfigurationsAreRefusedAndTheCodeIsKept)
         EXPECT_EQ(ostrel_library_load(text), kConfigurationBroken);
         EXPECT_EQ(ostrel_library_opt(1, 0, 0), kConfigurationBroken);
     }
-    EXPECT_EQ(library(), nullptr);
-    EXPECT_EQ(load("\"resources\":\"/no/such/folder\""), kResourcesMissing);
+    EXPECT_EQ(loadWith("/no/such/folder"), kResourcesMissing);
     EXPECT_EQ(ostrel_library_opt(1, 0, 0), kResourcesMissing);
-    EXPECT_NE(log().find("/no/such/folder"), std::string::npos) << log();
+    EXPECT_TRUE(logHas("/no/such/folder"));
+    EXPECT_EQ(library(), nullptr);
     EXPECT_EQ(load("\"level\":2"), 0);
     EXPECT_EQ(ostrel_library_opt(1, 0, 0), 0);
 }
@@ -64,7 +48,7 @@ TEST_F(Loading, BrokenConfigurationsAreRefusedAndTheCodeIsKept)
 TEST_F(Loading, FailedLoadLeavesAnEarlierOneInPlace)
 {
     ASSERT_EQ(load("\"mine\":1"), 0);
-    EXPECT_EQ(load("\"resources\":\"/no/such/folder\""), kResourcesMissing);
+    EXPECT_EQ(loadWith("/no/such/folder"), kResourcesMissing);
     ASSERT_NE(library(), nullptr);
     EXPECT_EQ(vantel::jsonInt(library()->configuration.get(), "mine", 0), 1);
     ostrel_library_release();
@@ -73,32 +57,30 @@ TEST_F(Loading, FailedLoadLeavesAnEarlierOneInPlace)
 
 TEST_F(Loading, ConfiguredResourcesComeFirst)
 {
-    std::string resources = folder.generic_string();
-    std::ofstream{folder / "words.txt"} << "one";
-    ASSERT_EQ(load("\"resources\":\"" + resources + "\""), 0);
-    EXPECT_EQ(findResource("words.txt"), resources + "/words.txt");
+    std::string path = folder.write("words.txt", "one");
+    ASSERT_EQ(loadWith(folder / ""), 0);
+    EXPECT_TRUE(std::filesystem::equivalent(findResource("words.txt"), path));
     EXPECT_EQ(findResource("no/such/file"), "");
 }
 
 TEST_F(Loading, BrokenModelsAndRuntimesAreNamed)
 {
-    std::string resources = folder.generic_string();
     EXPECT_EQ(load("\"onnxRuntime\":\"\""), 0) << "without inference there is nothing to break";
     ostrel_library_release();
     if (!HAS_SILERO) GTEST_SKIP() << "this build could not get the inference runtime and its model";
-    std::ofstream{folder / "silero_vad_v5.onnx"} << "not a model";
-    EXPECT_EQ(load("\"resources\":\"" + resources + "\""), kModelBroken);
-    EXPECT_NE(log().find(resources + "/silero_vad_v5.onnx"), std::string::npos) << log();
+    folder.write("silero_vad_v5.onnx", "not a model");
+    EXPECT_EQ(loadWith(folder / ""), kModelBroken);
+    EXPECT_TRUE(logHas("silero_vad_v5.onnx"));
     EXPECT_EQ(library(), nullptr);
 }
 
 TEST_F(Loading, LogIsWrittenWhenAskedFor)
 {
     ASSERT_EQ(load("\"level\":3"), 0);
-    EXPECT_NE(log().find("engine loaded"), std::string::npos);
+    EXPECT_TRUE(logHas("engine loaded"));
     ostrel_library_release();
     ASSERT_EQ(load("\"level\":5"), 0);
-    EXPECT_EQ(log(), "");
+    EXPECT_EQ(folder.read("log"), "");
 }
 
 } // namespace

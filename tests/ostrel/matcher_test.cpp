@@ -1,3 +1,4 @@
+// What words mean by a grammar's tags.
 #include "ostrel/jsgf_matcher.h"
 
 #include <gtest/gtest.h>
@@ -9,120 +10,105 @@ using namespace vantel::ostrel;
 namespace
 {
 
-class MatcherTest : public testing::Test
+std::string manyX(int count)
 {
-protected:
-    void grammar(const std::string &text)
-    {
-        Diagnostics diagnostics;
-        ASSERT_TRUE(readJsgf("#JSGF V1.0;\ngrammar t;\n" + text, &tree_, &diagnostics))
-            << diagnostics.front().message;
-    }
-
-    // The meaning of the words, printed; "-" when they are not of the grammar.
-    std::string sem(const std::string &text)
-    {
-        std::istringstream stream{text};
-        std::vector<std::string> words{std::istream_iterator<std::string>{stream}, {}};
-        Meaning meaning;
-        result = matchWords(tree_, words, &meaning);
-        if (result != MatchResult::matched) return "-";
-        rule = meaning.rule;
-        return jsonPrint(meaning.sem.get()).get();
-    }
-
-    MatchResult result = MatchResult::unmatched;
-    std::string rule;
-
-private:
-    RuleTree tree_;
-};
-
-TEST_F(MatcherTest, ObjectTagsMergeInTheOrderOfTheMatch)
-{
-    grammar(R"(public <a> = {"dm":{"n":1}} x [y {"dm":{"n":2,"y":true}}] z {"dm":{"z":[1]}};)");
-    EXPECT_EQ(sem("x z"), R"({"dm":{"n":1,"z":[1]}})");
-    EXPECT_EQ(sem("x y z"), R"({"dm":{"n":2,"y":true,"z":[1]}})");
-    EXPECT_EQ(sem("x y"), "-");
-    EXPECT_EQ(result, MatchResult::unmatched);
-    EXPECT_EQ(sem("x unheard z"), "-");
-}
-
-TEST_F(MatcherTest, CapturesTakeTheSubRulesValueOrItsWords)
-{
-    grammar(R"(public <set> = set <room> to <number> [degrees]
-                   {"room":"$room","degrees":"$number","text":"$number in the $room, $$5"};
-               <number> = twenty {20} | twenty one {21} | half {"0.5"};
-               <room> = (living | dining) room | kitchen {k};)");
-    EXPECT_EQ(sem("set living room to twenty one degrees"),
-              R"({"room":"living room","degrees":21,"text":"21 in the living room, $5"})");
-    EXPECT_EQ(sem("set kitchen to half"),
-              R"({"room":"k","degrees":"0.5","text":"0.5 in the k, $5"})");
-}
-
-TEST_F(MatcherTest, CaptureIsTheNearestOneAndMissingOnesAreLeftOut)
-{
-    grammar(R"(public <a> = from <n> {"from":"$n"} to <n> {"to":"$n"} [via <m> {"via":"$m"}]
-                   {"list":["$n","$m"]};
-               <n> = one {1} | two {2}; <m> = <n>;)");
-    EXPECT_EQ(sem("from one to two"), R"({"from":1,"to":2,"list":[2]})");
-    // What <m> captured inside itself does not hide the rule's own captures.
-    EXPECT_EQ(sem("from one to two via one"), R"({"from":1,"to":2,"via":"one","list":[2,"one"]})");
-}
-
-TEST_F(MatcherTest, TagBeforeItsCaptureIsFilledFromBehind)
-{
-    grammar(R"(public <a> = {"n":"$n"} count <n>; <n> = one {1} | two {2};)");
-    EXPECT_EQ(sem("count two"), R"({"n":2})");
-}
-
-TEST_F(MatcherTest, SubRulesObjectIsItsValueToo)
-{
-    grammar(R"(public <a> = paint <c> {"what":"$c"}; <c> = red {"rgb":"f00"};)");
-    EXPECT_EQ(sem("paint red"), R"({"rgb":"f00","what":{"rgb":"f00"}})");
-}
-
-TEST_F(MatcherTest, FirstPublicRuleAndFirstAlternativeWin)
-{
-    grammar(R"(public <b> = <one>; public <a> = x {"r":"a"};
-               <one> = x {"r":"first"} | x {"r":"second"};)");
-    EXPECT_EQ(sem("x"), R"({"r":"first"})");
-    EXPECT_EQ(rule, "b");
-}
-
-TEST_F(MatcherTest, RepetitionAndRecursionMatchAsFarAsTheRestAllows)
-{
-    grammar(R"(public <a> = x* x {"last":true} | <list>; <list> = y {"y":1} [<list>];)");
-    EXPECT_EQ(sem("x x x"), R"({"last":true})");
-    EXPECT_EQ(sem("y y y y"), R"({"y":1})");
-    EXPECT_EQ(sem("y x"), "-");
-}
-
-TEST_F(MatcherTest, AmbiguityDoesNotExplode)
-{
-    grammar("public <a> = (((x*)*)* x*)* (x | x x | [x] x)* (x* x*)* y;");
     std::string words;
-    for (int i = 0; i < 60; ++i)
+    while (count-- > 0)
         words += "x ";
-    EXPECT_EQ(sem(words), "-");
-    EXPECT_EQ(result, MatchResult::unmatched);
-    EXPECT_EQ(sem(words + "y"), "{}");
+    return words;
 }
 
-TEST_F(MatcherTest, WorkIsBounded)
+// A grammar's rules, read.
+RuleTree tree(const std::string &rules)
+{
+    RuleTree read;
+    Diagnostics diagnostics;
+    EXPECT_TRUE(readJsgf("#JSGF V1.0;\ngrammar t;\n" + rules, &read, &diagnostics))
+        << diagnostics.front().message;
+    return read;
+}
+
+// The rule that the words match and their meaning, printed; "-" when they are not of the grammar,
+// "too hard" when that is not to be found out.
+std::string meaning(const RuleTree &rules, const std::string &text)
+{
+    std::istringstream stream{text};
+    std::vector<std::string> words{std::istream_iterator<std::string>{stream}, {}};
+    Meaning found;
+    MatchResult result = matchWords(rules, words, &found);
+    if (result == MatchResult::matched) return found.rule + jsonPrint(found.sem.get()).get();
+    return result == MatchResult::unmatched ? "-" : "too hard";
+}
+
+TEST(Matcher, ObjectTagsMergeInTheOrderOfTheMatch)
+{
+    RuleTree rules =
+        tree(R"(public <a> = {"dm":{"n":1}} x [y {"dm":{"n":2,"y":true}}] z {"dm":{"z":[1]}};)");
+    EXPECT_EQ(meaning(rules, "x z"), R"(a{"dm":{"n":1,"z":[1]}})");
+    EXPECT_EQ(meaning(rules, "x y z"), R"(a{"dm":{"n":2,"y":true,"z":[1]}})");
+    EXPECT_EQ(meaning(rules, "x y"), "-");
+    EXPECT_EQ(meaning(rules, "x unheard z"), "-");
+}
+
+TEST(Matcher, CapturesTakeTheSubRulesValueOrItsWordsAlsoFromBehind)
+{
+    RuleTree rules = tree(R"(public <set> = set <room> to <number> [degrees]
+                                 {"room":"$room","degrees":"$number","text":"$number in $room, $$5"};
+                             public <count> = {"n":"$number"} count <number>;
+                             public <paint> = paint <colour> {"what":"$colour"};
+                             <number> = twenty {20} | twenty one {21} | half {"0.5"};
+                             <room> = (living | dining) room | kitchen {k};
+                             <colour> = red {"rgb":"f00"};)");
+    EXPECT_EQ(meaning(rules, "set living room to twenty one degrees"),
+              R"(set{"room":"living room","degrees":21,"text":"21 in living room, $5"})");
+    EXPECT_EQ(meaning(rules, "set kitchen to half"),
+              R"(set{"room":"k","degrees":"0.5","text":"0.5 in k, $5"})");
+    EXPECT_EQ(meaning(rules, "count twenty"), R"(count{"n":20})");
+    EXPECT_EQ(meaning(rules, "paint red"), R"(paint{"rgb":"f00","what":{"rgb":"f00"}})");
+}
+
+TEST(Matcher, CaptureIsTheNearestOneAndMissingOnesAreLeftOut)
+{
+    RuleTree rules = tree(R"(public <a> = from <n> {"from":"$n"} to <n> {"to":"$n"}
+                                 [via <m> {"via":"$m"}] {"list":["$n","$m"]};
+                             <n> = one {1} | two {2}; <m> = <n>;)");
+    EXPECT_EQ(meaning(rules, "from one to two"), R"(a{"from":1,"to":2,"list":[2]})");
+    // What <m> captured inside itself does not hide the rule's own captures.
+    EXPECT_EQ(meaning(rules, "from one to two via one"),
+              R"(a{"from":1,"to":2,"via":"one","list":[2,"one"]})");
+}
+
+TEST(Matcher, FirstPublicRuleAndFirstAlternativeWin)
+{
+    RuleTree rules = tree(R"(public <b> = <one>; public <a> = x {"r":"a"};
+                             <one> = x {"r":"first"} | x {"r":"second"};)");
+    EXPECT_EQ(meaning(rules, "x"), R"(b{"r":"first"})");
+}
+
+TEST(Matcher, RepetitionAndRecursionMatchAsFarAsTheRestAllows)
+{
+    RuleTree rules =
+        tree(R"(public <a> = x* x {"last":true} | <list>; <list> = y {"y":1} [<list>];)");
+    EXPECT_EQ(meaning(rules, "x x x"), R"(a{"last":true})");
+    EXPECT_EQ(meaning(rules, "y y y y"), R"(a{"y":1})");
+    EXPECT_EQ(meaning(rules, "y x"), "-");
+}
+
+TEST(Matcher, AmbiguityDoesNotExplode)
+{
+    RuleTree rules = tree("public <a> = (((x*)*)* x*)* (x | x x | [x] x)* (x* x*)* y;");
+    EXPECT_EQ(meaning(rules, manyX(60)), "-");
+    EXPECT_EQ(meaning(rules, manyX(60) + "y"), "a{}");
+}
+
+TEST(Matcher, WorkIsBounded)
 {
     std::string many = "public <a> = x* w";
     for (int i = 0; i < 3000; ++i)
         many += " | x* w" + std::to_string(i);
-    grammar(many + ";");
-    std::string words;
-    for (int i = 0; i < 390; ++i)
-        words += "x ";
-    sem(words);
-    EXPECT_EQ(result, MatchResult::tooHard);
-    grammar("public <a> = x [<a>];");
-    sem(words);
-    EXPECT_EQ(result, MatchResult::tooHard) << "deeper than the stack is allowed to grow";
+    EXPECT_EQ(meaning(tree(many + ";"), manyX(390)), "too hard");
+    // Deeper than the stack is allowed to grow.
+    EXPECT_EQ(meaning(tree("public <a> = x [<a>];"), manyX(390)), "too hard");
 }
 
 } // namespace

@@ -3,7 +3,6 @@
 #include "tests/ostrel/commands.h"
 #include "tests/ostrel/recordings.h"
 
-#include <gtest/gtest.h>
 #include <ostream>
 
 using namespace commands;
@@ -40,11 +39,7 @@ const Spoken kSpoken[] = {
      "he was not an ill sposed young man"},
 };
 
-class RecordedPeople : public testing::TestWithParam<Spoken>
-{
-protected:
-    void SetUp() override { ASSERT_EQ(ostrel_library_load(R"({"logEnable":false})"), 0); }
-    void TearDown() override { ostrel_library_release(); }
+struct RecordedPeople : recordings::LoadedEngine, testing::WithParamInterface<Spoken> {
 };
 
 INSTANTIATE_TEST_SUITE_P(All, RecordedPeople, testing::ValuesIn(kSpoken));
