@@ -87,21 +87,45 @@ void addMeaning(cJSON *object, const Grammar &grammar, const std::vector<std::st
     cJSON_AddItemToObject(post, "sem", meaning.sem.release());
 }
 
-// The utterance with weak noise under all of it, the same every time, and with `margin` samples of
-// that noise around it. Silence that is none at all, as in recordings that were cleaned and in
-// synthetic speech, would weigh more than the words; Chinese words that are cut close fit badly.
-std::vector<int16_t> withNoiseFloor(const std::vector<int16_t> &audio, size_t margin)
+// The peak of the noise that goes under every utterance.
+constexpr int32_t kWeakNoise = 10;
+
+// Noise 37 dB below the utterance. Chinese words fit the model of another language so badly that
+// the mean of the cepstra decides: in clean recordings silence would pull it far from where the
+// model has it.
+int32_t noiseUnder(const std::vector<int16_t> &audio)
 {
-    constexpr uint32_t kPeak = 10;
+    constexpr double kPeakToLevel = 0.025;
+    double sum = 0;
+    for (int16_t sample : audio)
+        sum += static_cast<double>(sample) * sample;
+    const double level = std::sqrt(sum / static_cast<double>(std::max<size_t>(audio.size(), 1)));
+    return std::max(kWeakNoise, static_cast<int32_t>(kPeakToLevel * level));
+}
+
+// The utterance with noise of that peak under all of it, the same every time, and with `margin`
+// samples of that noise around it. Silence that is none at all, as in recordings that were cleaned
+// and in synthetic speech, would weigh more than the words; Chinese words that are cut close fit
+// badly.
+std::vector<int16_t> withNoise(const std::vector<int16_t> &audio, int32_t peak, size_t margin)
+{
     std::vector<int16_t> result(margin + audio.size() + margin);
     std::copy(audio.begin(), audio.end(), result.begin() + static_cast<ptrdiff_t>(margin));
+    const auto range = static_cast<uint32_t>(2 * peak + 1);
     uint32_t state = 1;
     for (int16_t &sample : result) {
         state = state * 1664525U + 1013904223U;
-        auto noise = static_cast<int32_t>((state >> 16) % (2 * kPeak + 1)) - int32_t{kPeak};
+        auto noise = static_cast<int32_t>((state >> 16) % range) - peak;
         sample = static_cast<int16_t>(std::clamp(sample + noise, -32768, 32767));
     }
     return result;
+}
+
+std::vector<int16_t> searchedAudio(const Recogniser &recogniser)
+{
+    constexpr size_t kChineseMargin = 4000; // a quarter of a second
+    if (!isChinese(*recogniser.grammar)) return withNoise(recogniser.audio, kWeakNoise, 0);
+    return withNoise(recogniser.audio, noiseUnder(recogniser.audio), kChineseMargin);
 }
 
 ConfidenceScale scaleFor(const Recogniser &recogniser, const NgramResult &ngram)
@@ -118,9 +142,7 @@ bool recogniseGrammar(Recogniser *recogniser, GrammarResult *result)
     std::vector<Segment> words;
     std::vector<Segment> phones;
     Decoder *decoder = recogniser->decoder.get();
-    constexpr size_t kChineseMargin = 4000; // a quarter of a second
-    const std::vector<int16_t> audio =
-        withNoiseFloor(recogniser->audio, isChinese(*recogniser->grammar) ? kChineseMargin : 0);
+    const std::vector<int16_t> audio = searchedAudio(*recogniser);
     if (!decoderPass(decoder, Search::grammar, audio, &words)) return false;
     bool hasWords = std::any_of(words.begin(), words.end(),
                                 [](const Segment &segment) { return segment.word >= 0; });
