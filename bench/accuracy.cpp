@@ -1,12 +1,12 @@
 // How often the recogniser is right, and how often it takes for a command what is none.
 //
-//   accuracy [--details FILE] [--ngram] [--asr JSON] [--threads N] [--quick] LIST
+//   accuracy [--details FILE] [--ngram] [--asr JSON] [--threads N] [--quick] [--clean] LIST
 //
 // LIST has lines of group, file of 16 kHz samples and words, as bench/accuracy.sh writes them. Each
 // recording of a group is searched with the group's grammar, and so are one recording of "other"
 // and noise alone, by turns. --details writes every single result; --quick leaves out what is no
-// command and the worst condition. Before and behind each recording is as much near-silence as the
-// detector leaves around speech.
+// command and the worst condition, --clean the conditions with noise mixed in. Before and behind
+// each recording is as much near-silence as the detector leaves around speech.
 #include "bench/signal.h"
 #include "contracts/ostrel.h"
 #include "tools/json.h"
@@ -52,6 +52,7 @@ struct Options {
     std::string asr; // further members of the recogniser's configuration
     bool ngram = false;
     bool quick = false;
+    bool clean = false;
     unsigned threads = 2;
 };
 
@@ -134,23 +135,23 @@ Samples trialAudio(const Trial &trial)
     return audio;
 }
 
-std::vector<Trial> makeTrials(const Corpus &corpus, bool quick)
+std::vector<Trial> makeTrials(const Corpus &corpus, const Options &options)
 {
     std::vector<Trial> trials;
     std::vector<std::string> groups;
     for (const auto &[group, alternatives] : corpus.alternatives)
         groups.push_back(group);
     for (double snr : kConditions) {
-        if (quick && snr < 20) continue;
+        if ((options.quick && snr < 20) || (options.clean && snr < kClean)) continue;
         unsigned seed = 1;
         size_t turn = 0;
         for (const Recording &recording : corpus.recordings) {
             bool isOther = recording.group == kOther;
-            if (quick && isOther) continue;
+            if (options.quick && isOther) continue;
             const std::string &grammar = isOther ? groups[turn++ % groups.size()] : recording.group;
             trials.push_back({&recording, grammar, snr, seed++, !isOther});
         }
-        for (int i = 0; i < kNoises && snr < kClean && !quick; ++i)
+        for (int i = 0; i < kNoises && snr < kClean && !options.quick; ++i)
             trials.push_back({nullptr, groups[turn++ % groups.size()], snr, seed++, false});
     }
     return trials;
@@ -309,6 +310,8 @@ Options readOptions(int count, char **arguments)
             options.ngram = true;
         } else if (word == "--quick") {
             options.quick = true;
+        } else if (word == "--clean") {
+            options.clean = true;
         } else if (word == "--details") {
             options.details = value, ++i;
         } else if (word == "--asr") {
@@ -335,7 +338,7 @@ int main(int count, char **arguments)
     if (ostrel_library_load("{}") != 0) return 1;
     for (const auto &[group, alternatives] : corpus.alternatives)
         if (!compile(group, alternatives)) return 1;
-    std::vector<Trial> trials = makeTrials(corpus, options.quick);
+    std::vector<Trial> trials = makeTrials(corpus, options);
     if (!runTrials(&trials, options)) {
         std::cerr << "the recogniser failed\n";
         return 1;
