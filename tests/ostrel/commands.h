@@ -4,49 +4,123 @@
 #include "contracts/ostrel.h"
 #include "tools/json.h"
 
+#include <algorithm>
+#include <gtest/gtest.h>
 #include <string>
 #include <vector>
 
 namespace commands
 {
 
-// A vehicle told where to go: go (forward | back...) <number> meters, with its command as a tag.
-extern const char *const kVehicle;
+// A vehicle told where to go, with its command as a tag.
+constexpr const char *kVehicle = R"(#JSGF V1.0;
+grammar vehicle;
+public <move> = go <direction> <distance> (meter | meters)
+    {"dm":{"command":{"api":"vehicle.move","param":{"to":"$direction","meters":"$distance"}}}};
+public <halt> = (stop | halt) {"dm":{"command":{"api":"vehicle.stop"},"shouldEndSession":"false"}};
+<direction> = forward | backward {back};
+<distance> = one {1} | two {2} | three {3} | four {4} | five {5} | six {6} | seven {7} |
+             eight {8} | nine {9} | ten {10};
+)";
 
 // Ranks and suits of playing cards.
-extern const char *const kCards;
+constexpr const char *kCards = R"(#JSGF V1.0;
+grammar cards;
+public <hand> = <card> + | <rank> <rank>;
+<card> = <rank> of <suit>;
+<suit> = clubs | hearts | diamonds | spades;
+<rank> = ace | two | three | four | five | six | seven | eight | nine | ten | jack | queen | king;
+)";
 
 // The JSON text of a configuration with the grammar's text; `more` holds further members, beginning
 // with a comma.
-std::string grammarText(const std::string &jsgf, const std::string &more = "");
+inline std::string grammarText(const std::string &jsgf, const std::string &more = "")
+{
+    vantel::Json text{cJSON_CreateString(jsgf.c_str())};
+    return "{\"text\":" + std::string{vantel::jsonPrint(text.get()).get()} + more + "}";
+}
 
 // What ostrel_gram_start says of the configuration.
-int32_t compile(const std::string &configuration);
+inline int32_t compile(const std::string &configuration)
+{
+    void *handle = ostrel_gram_new(configuration.c_str());
+    EXPECT_NE(handle, nullptr);
+    int32_t result = ostrel_gram_start(handle, configuration.c_str());
+    EXPECT_EQ(ostrel_gram_delete(handle), 0);
+    return result;
+}
 
 // A recogniser over the engine's C interface, its results in order; no handle when it could not be
 // made.
 struct Recogniser {
-    explicit Recogniser(const std::string &configuration);
-    ~Recogniser();
+    explicit Recogniser(const std::string &configuration)
+        : handle(ostrel_asr_new(configuration.c_str(), onResult, this))
+    {
+    }
+    ~Recogniser()
+    {
+        size_t before = results.size();
+        if (handle) {
+            EXPECT_EQ(ostrel_asr_delete(handle), 0);
+        }
+        EXPECT_EQ(results.size(), before) << "delete calls back";
+    }
     Recogniser(const Recogniser &) = delete;
     Recogniser &operator=(const Recogniser &) = delete;
 
-    int32_t feed(const std::string &audio, size_t chunkBytes = 3200);
-
+    int32_t feed(const std::string &audio, size_t chunkBytes = 3200)
+    {
+        int32_t result = 0;
+        for (size_t at = 0; at < audio.size() && result == 0; at += chunkBytes)
+            result = ostrel_asr_feed(handle, &audio[at],
+                                     static_cast<int32_t>(std::min(chunkBytes, audio.size() - at)));
+        return result;
+    }
     // One utterance from start to stop; the last result.
     const cJSON *recognise(const std::string &audio, const char *startText = nullptr,
-                           size_t chunkBytes = 3200);
+                           size_t chunkBytes = 3200)
+    {
+        results.clear();
+        EXPECT_EQ(ostrel_asr_start(handle, startText), 0);
+        EXPECT_EQ(feed(audio, chunkBytes), 0);
+        EXPECT_EQ(ostrel_asr_stop(handle), 0);
+        EXPECT_FALSE(results.empty());
+        return results.empty() ? nullptr : results.back().get();
+    }
+    static int32_t onResult(void *user, int32_t kind, const void *data, int32_t length)
+    {
+        EXPECT_EQ(kind, 0);
+        std::string text{static_cast<const char *>(data), static_cast<size_t>(length)};
+        static_cast<Recogniser *>(user)->results.push_back(vantel::jsonParse(text.c_str()));
+        EXPECT_TRUE(static_cast<Recogniser *>(user)->results.back()) << text;
+        return 0;
+    }
 
     std::vector<vantel::Json> results;
-    void *handle = nullptr;
+    void *handle;
 };
 
-// Members of a result's "grammar" or "ngram"; "", -1 and 0 where they are missing.
-std::string rec(const cJSON *result, const char *kind = "grammar");
-int eof(const cJSON *result, const char *kind = "grammar");
-double conf(const cJSON *result, const char *kind = "grammar");
+inline std::string printed(const cJSON *result)
+{
+    return vantel::jsonPrint(result).get();
+}
 
-// "post"."sem" of the grammar result, printed; "" when there is none.
-std::string sem(const cJSON *result);
+// Members of a result's "grammar" or "ngram"; "", -1 and 0 where they are missing.
+inline std::string rec(const cJSON *result, const char *kind = "grammar")
+{
+    const char *text = vantel::jsonString(vantel::jsonObject(result, kind), "rec");
+    return text ? text : "";
+}
+
+inline int eof(const cJSON *result, const char *kind = "grammar")
+{
+    return vantel::jsonInt(vantel::jsonObject(result, kind), "eof", -1);
+}
+
+inline double conf(const cJSON *result)
+{
+    const cJSON *number = vantel::jsonMember(vantel::jsonObject(result, "grammar"), "conf");
+    return number ? number->valuedouble : 0;
+}
 
 } // namespace commands

@@ -2,9 +2,10 @@
 #pragma once
 
 #include "contracts/ostrel.h"
+#include "tests/support/pcm.h"
+#include "tools/read_file.h"
 
 #include <gtest/gtest.h>
-#include <string>
 
 namespace recordings
 {
@@ -15,12 +16,19 @@ constexpr char kNumbers[] = "numbers.raw";
 
 // 16 kHz samples of a recording of Debian's speech test data, without a header; fails the test when
 // it is not there.
-std::string load(const std::string &name);
+inline std::string load(const std::string &name)
+{
+    constexpr size_t kWaveHeaderBytes = 44;
+    std::string audio;
+    EXPECT_TRUE(vantel::readFile(RECORDINGS_FOLDER "/" + name, &audio) && !audio.empty())
+        << name << " of the speech test data is missing";
+    return name.ends_with(".wav") && !audio.empty() ? audio.substr(kWaveHeaderBytes) : audio;
+}
 
-std::string silence(int milliseconds);
-
-// White noise, the same in every run; `amplitude` is at most 32768.
-std::string noise(int milliseconds, int amplitude);
+inline std::string silence(int milliseconds)
+{
+    return std::string(static_cast<size_t>(milliseconds) * 32, '\0');
+}
 
 struct LoadedEngine : testing::Test {
     LoadedEngine() { EXPECT_EQ(ostrel_library_load(R"({"logEnable":false})"), 0); }

@@ -35,7 +35,7 @@ TEST_F(Transcription, KnowsSpeechFromNoise)
     EXPECT_EQ(transcriptWords(spoken.text), "go forward ten meters");
     EXPECT_GT(spoken.confidence, 0.5);
     EXPECT_LT(spoken.noise, 0.5);
-    EXPECT_GT(hear(recordings::noise(1000, 2048)).noise, 0.9);
+    EXPECT_GT(hear(noise(16000, 2048)).noise, 0.9);
     EXPECT_EQ(hear("").text, "");
     hear(recordings::silence(1)); // shorter than the model can take
 }
