@@ -11,6 +11,7 @@
 #include <cstring>
 #include <functional>
 #include <future>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -32,26 +33,23 @@ private:
     std::future<void> happened_ = happens_.get_future();
 };
 
-inline char *heapText(const std::string &text)
-{
-    char *copy = static_cast<char *>(std::malloc(text.size() + 1));
-    std::memcpy(copy, text.c_str(), text.size() + 1);
-    return copy;
-}
-
 // A node whose callbacks are what the test says. Ended and deleted by its destructor.
 class Peer
 {
 public:
     using OnMessage = std::function<void(const std::string &topic, const std::string &data)>;
-    using OnCall = std::function<char *(const std::string &path, const char *data)>;
+    using OnCall = std::function<std::optional<std::string>(std::string path, const char *data)>;
 
     Peer(void *bus, const std::string &name, const std::string &topics = "[]")
         : node_(quillon_node_new(bus, name.c_str(), onMessage, onCall, this))
     {
         quillon_node_subscribe(node_, topics.c_str());
     }
-    ~Peer() { end(); }
+    ~Peer()
+    {
+        join();
+        deleteNode();
+    }
     Peer(const Peer &) = delete;
     Peer &operator=(const Peer &) = delete;
 
@@ -59,32 +57,18 @@ public:
     OnMessage message;
     OnCall answer;
 
-    Peer &run()
+    std::thread thread; // of the loop
+    void run()
     {
-        thread_ = std::thread([node = node_] { quillon_node_run(node); });
-        return *this;
+        thread = std::thread([node = node_] { quillon_node_run(node); });
     }
     // Stops the loop and waits for its end.
     void join()
     {
         quillon_node_stop(node_);
-        if (thread_.joinable()) thread_.join();
+        if (thread.joinable()) thread.join();
     }
-    void end()
-    {
-        if (!node_) return;
-        join();
-        quillon_node_delete(node_);
-        node_ = nullptr;
-    }
-    // For tests that delete the node themselves.
-    void *release()
-    {
-        void *node = node_;
-        node_ = nullptr;
-        return node;
-    }
-    std::thread &thread() { return thread_; }
+    void deleteNode() { quillon_node_delete(std::exchange(node_, nullptr)); }
     void *node() const { return node_; }
 
     int32_t publish(const char *topic, const std::string &data)
@@ -113,18 +97,21 @@ private:
     static char *onCall(void *user, void *, const char *path, const char *data)
     {
         Peer *peer = static_cast<Peer *>(user);
-        return peer->answer ? peer->answer(path, data) : heapText("done");
+        std::optional<std::string> reply = peer->answer ? peer->answer(path, data) : "done";
+        if (!reply) return nullptr;
+        char *copy = static_cast<char *>(std::malloc(reply->size() + 1));
+        std::memcpy(copy, reply->c_str(), reply->size() + 1);
+        return copy;
     }
 
     void *node_;
-    std::thread thread_;
 };
 
 struct BusTest : testing::Test {
     explicit BusTest(const char *configuration = "{}") : bus_(quillon_bus_new(configuration)) {}
     ~BusTest() override
     {
-        asker_.end();
+        asker_.deleteNode();
         if (bus_) quillon_bus_delete(bus_);
     }
 

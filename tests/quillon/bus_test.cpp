@@ -133,13 +133,13 @@ TEST_F(Deleting, FromInsideTheNodesOwnCallbackWorks)
 {
     Peer node{bus_, "node", R"(["t"])"};
     node.message = [&](auto, auto) {
-        quillon_node_delete(node.node());
+        void *handle = node.node();
+        node.deleteNode();
         // The handle is good until the callback ends.
-        EXPECT_EQ(node.publish("t", "lost"), 0);
+        EXPECT_EQ(quillon_publish(handle, "t", "lost", 4), 0);
     };
     node.publish("t", "");
     EXPECT_EQ(quillon_node_run(node.node()), 0);
-    node.release();
     EXPECT_NE((Peer{bus_, "node"}.node()), nullptr);
 }
 
@@ -156,13 +156,12 @@ TEST_F(Deleting, ARunningNodeStopsItAndWaitsForItsLoop)
     node.run();
     node.publish("t", "");
     ASSERT_TRUE(entered.wait());
-    auto deleted = std::async(std::launch::async, [handle = node.release(), &left] {
-        quillon_node_delete(handle);
-        return left.load();
-    });
+    std::thread deleter{[&] {
+        node.deleteNode();
+        EXPECT_TRUE(left);
+    }};
     leave.set();
-    EXPECT_TRUE(deleted.get());
-    node.thread().join();
+    deleter.join();
 }
 
 TEST_F(Deleting, TheBusFirstStopsTheNodesThatAreLeft)
@@ -171,7 +170,7 @@ TEST_F(Deleting, TheBusFirstStopsTheNodesThatAreLeft)
     running.run();
     EXPECT_EQ(quillon_bus_delete(bus_), 0);
     bus_ = nullptr;
-    running.thread().join();
+    running.thread.join();
     EXPECT_EQ(asker_.publish("t", ""), 0);
     EXPECT_EQ(asker_.call("/running/x"), "(null)");
     // The peers' own destructors delete them after their bus.
@@ -202,61 +201,32 @@ TEST(Refusals, OfBusConfigurations)
         EXPECT_EQ(quillon_bus_new(bad), nullptr) << bad;
 }
 
-// What is written to the log of a bus that has one.
-struct Logged : testing::Test {
-    std::string lines(int level, const std::function<void(void *bus)> &body)
-    {
-        std::string configuration =
-            R"({"path":")" + folder_ / "log" + R"(","level":)" + std::to_string(level) + "}";
-        void *bus = quillon_bus_new(configuration.c_str());
-        body(bus);
-        quillon_bus_delete(bus);
-        return folder_.read("log");
-    }
-
-    Folder folder_;
-};
-
-TEST_F(Logged, RefusalsNameWhatWasWrong)
+TEST(Refusals, AreLoggedWithWhatWasWrong)
 {
-    std::string log = lines(4, [](void *bus) {
-        void *node = quillon_node_new(bus, "node", nullptr, nullptr, nullptr);
-        for (const char *bad : {kNull, "", "no/de", "node"})
-            EXPECT_EQ(quillon_node_new(bus, bad, nullptr, nullptr, nullptr), nullptr) << bad;
-        for (const char *bad : {kNull, "", "{}", "[1]", R"(["a",null])", R"([""])", R"(["a")"})
-            EXPECT_EQ(quillon_node_subscribe(node, bad), -1) << bad;
-        EXPECT_EQ(quillon_publish(node, nullptr, "", 0), -1);
-        EXPECT_EQ(quillon_publish(node, "t", nullptr, 1), -1);
-        EXPECT_EQ(quillon_publish(node, "t", "", 0x80000000U), -1);
-        EXPECT_EQ(quillon_call(node, "/x/y", nullptr, 1), nullptr);
-        EXPECT_EQ(quillon_call(node, "/x/y", "", 0xffffffffU), nullptr);
-        for (const char *bad : {kNull, "", "/", "//verb", "node/verb", "verb", "/absent/verb"})
-            EXPECT_EQ(quillon_call(node, bad, "", 0), nullptr) << bad;
-        EXPECT_EQ(quillon_timer_set(node, nullptr, 1, 1, nullptr), -1);
-        EXPECT_EQ(quillon_node_delete(node), 0);
-    });
+    Folder folder;
+    std::string logged = R"({"level":4,"path":")" + folder / "log" + "\"}";
+    void *bus = quillon_bus_new(logged.c_str());
+    void *node = quillon_node_new(bus, "node", nullptr, nullptr, nullptr);
+    for (const char *bad : {kNull, "", "no/de", "node"})
+        EXPECT_EQ(quillon_node_new(bus, bad, nullptr, nullptr, nullptr), nullptr) << bad;
+    for (const char *bad : {kNull, "", "{}", "[1]", R"(["a",null])", R"([""])", R"(["a")"})
+        EXPECT_EQ(quillon_node_subscribe(node, bad), -1) << bad;
+    EXPECT_EQ(quillon_publish(node, nullptr, "", 0), -1);
+    EXPECT_EQ(quillon_publish(node, "t", nullptr, 1), -1);
+    EXPECT_EQ(quillon_publish(node, "t", "", 0x80000000U), -1);
+    EXPECT_EQ(quillon_call(node, "/x/y", nullptr, 1), nullptr);
+    EXPECT_EQ(quillon_call(node, "/x/y", "", 0xffffffffU), nullptr);
+    for (const char *bad : {kNull, "", "/", "//verb", "node/verb", "verb", "/absent/verb"})
+        EXPECT_EQ(quillon_call(node, bad, "", 0), nullptr) << bad;
+    EXPECT_EQ(quillon_timer_set(node, nullptr, 1, 1, nullptr), -1);
+    EXPECT_EQ(quillon_node_delete(node), 0);
+    quillon_bus_delete(bus);
+    std::string log = folder.read("log");
     EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 24) << log;
     EXPECT_NE(log.find("[W] quillon/node#"), std::string::npos);
     EXPECT_NE(log.find("  quillon node cannot call /absent/verb: there is no such node\n"),
               std::string::npos)
         << log;
-}
-
-TEST_F(Logged, TheDebugLevelShowsNodesSubscriptionsAndLongQueues)
-{
-    auto body = [](void *bus) {
-        Peer node{bus, "node", R"(["topic"])"};
-        for (int i = 0; i < 5000; ++i)
-            node.publish("topic", "");
-        Peer asker{bus, "asker"};
-        node.run();
-        asker.call("/node/barrier");
-    };
-    std::string debug = lines(2, body);
-    EXPECT_NE(debug.find("  quillon node node\n"), std::string::npos) << debug;
-    EXPECT_NE(debug.find("  quillon node subscribes to topic\n"), std::string::npos) << debug;
-    EXPECT_NE(debug.find("  quillon queue of node grew to "), std::string::npos) << debug;
-    EXPECT_EQ(lines(5, body), "");
 }
 
 } // namespace

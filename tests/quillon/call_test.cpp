@@ -12,8 +12,8 @@ TEST_F(Calls, CarryPathAndTextAndBringTheReply)
 {
     Peer node{bus_, "node"};
     node.answer = [](const std::string &path, const char *data) {
-        if (path == "/node/null") return static_cast<char *>(nullptr);
-        return heapText(path + "=" + (data ? data : "(none)"));
+        return path == "/node/null" ? std::nullopt
+                                    : std::optional{path + "=" + (data ? data : "(none)")};
     };
     node.run();
     EXPECT_EQ(asker_.call("/node/verb", "text"), "/node/verb=text");
@@ -32,7 +32,7 @@ TEST_F(Calls, AreAnsweredBehindTheMessagesPublishedBefore)
     std::string heard;
     Peer node{bus_, "node", R"(["t"])"};
     node.message = [&](auto, auto data) { heard += data; };
-    node.answer = [&](auto, auto) { return heapText(heard); };
+    node.answer = [&](auto, auto) { return heard; };
     node.run();
     std::string sent;
     for (int i = 0; i < 100; ++i) {
@@ -62,7 +62,7 @@ TEST_F(Calls, ToOneselfOrToAStoppedOrDeletedNodeGiveNull)
     node.join();
     EXPECT_EQ(asker_.call("/node/x"), "(null)");
     EXPECT_EQ(node.call("/asker/x"), "(null)"); // a stopped node does not wait, either
-    node.end();
+    node.deleteNode();
     EXPECT_EQ(asker_.call("/node/x"), "(null)");
 }
 
@@ -70,9 +70,9 @@ TEST_F(Calls, ToOneselfOrToAStoppedOrDeletedNodeGiveNull)
 TEST_F(Calls, ThatWouldCloseARingGiveNull)
 {
     Peer a{bus_, "a"}, b{bus_, "b"}, c{bus_, "c"};
-    a.answer = [&](auto, auto) { return heapText("a" + a.call("/b/x")); };
-    b.answer = [&](auto, auto) { return heapText("b" + b.call("/c/x")); };
-    c.answer = [&](auto, auto) { return heapText("c" + c.call("/a/x") + c.call("/b/x")); };
+    a.answer = [&](auto, auto) { return "a" + a.call("/b/x"); };
+    b.answer = [&](auto, auto) { return "b" + b.call("/c/x"); };
+    c.answer = [&](auto, auto) { return "c" + c.call("/a/x") + c.call("/b/x"); };
     a.run();
     b.run();
     c.run();
@@ -85,8 +85,8 @@ TEST_F(Calls, ThatWouldCloseARingThroughTwoBusesGiveNull)
     {
         Peer a{bus_, "a"}, b{second, "b"};
         Peer toFirst{bus_, "toFirst"}, toSecond{second, "toSecond"};
-        a.answer = [&](auto, auto) { return heapText("a" + toSecond.call("/b/x")); };
-        b.answer = [&](auto, auto) { return heapText("b" + toFirst.call("/a/x")); };
+        a.answer = [&](auto, auto) { return "a" + toSecond.call("/b/x"); };
+        b.answer = [&](auto, auto) { return "b" + toFirst.call("/a/x"); };
         a.run();
         b.run();
         EXPECT_EQ(asker_.call("/a/x"), "ab(null)");
@@ -97,8 +97,8 @@ TEST_F(Calls, ThatWouldCloseARingThroughTwoBusesGiveNull)
 TEST_F(Calls, FromAThreadOutsideLeaveTheNodesLoopFreeToAnswer)
 {
     Peer a{bus_, "a"}, b{bus_, "b"};
-    a.answer = [](auto, auto) { return heapText("a"); };
-    b.answer = [&](auto, auto) { return heapText("b" + b.call("/a/x")); };
+    a.answer = [](auto, auto) { return "a"; };
+    b.answer = [&](auto, auto) { return "b" + b.call("/a/x"); };
     b.run();
     // Nobody would answer for a, which does not run.
     EXPECT_EQ(a.call("/b/x"), "b(null)");
@@ -128,7 +128,7 @@ TEST_F(Waiting, EndsWhenTheCalleeStopsBeforeItAnswers)
 {
     callee_.answer = [this](auto, auto) {
         enterAndLeave();
-        return heapText("too late");
+        return "too late";
     };
     callee_.run();
     auto reply = callInBackground();
@@ -151,30 +151,28 @@ TEST_F(Waiting, EndsWhenTheCalleeStopsWhileTheCallIsQueued)
 TEST_F(Waiting, EndsWhenTheCalleeIsDeletedWithoutEverRunning)
 {
     auto reply = callInBackground();
-    callee_.end();
+    callee_.deleteNode();
     EXPECT_EQ(reply.get(), "(null)");
 }
 
 TEST_F(Waiting, EndsWhenTheCallerStops)
 {
     Peer caller{bus_, "caller", R"(["go"])"};
-    std::promise<std::string> reply;
     caller.message = [&](auto, auto) {
         entered_.set();
-        reply.set_value(caller.call("/callee/x"));
+        EXPECT_EQ(caller.call("/callee/x"), "(null)");
     };
     caller.run();
     asker_.publish("go", "");
     ASSERT_TRUE(entered_.wait());
     caller.join(); // the callee never runs
-    EXPECT_EQ(reply.get_future().get(), "(null)");
 }
 
 TEST_F(Waiting, BringsTheReplyOfACalleeThatStopsItself)
 {
     callee_.answer = [this](auto, auto) {
         quillon_node_stop(callee_.node());
-        return heapText("last words");
+        return "last words";
     };
     callee_.run();
     EXPECT_EQ(asker_.call("/callee/x"), "last words");
@@ -183,19 +181,16 @@ TEST_F(Waiting, BringsTheReplyOfACalleeThatStopsItself)
 
 TEST_F(Waiting, EndsWhenTheCallersOwnCalleeDeletesIt)
 {
-    auto caller = std::make_unique<Peer>(bus_, "caller", R"(["go"])");
-    std::promise<std::string> reply;
-    caller->message = [&](auto, auto) { reply.set_value(caller->call("/callee/x")); };
+    Peer caller{bus_, "caller", R"(["go"])"};
+    caller.message = [&](auto, auto) { EXPECT_EQ(caller.call("/callee/x"), "(null)"); };
     callee_.answer = [&](auto, auto) {
-        quillon_node_delete(caller->release());
-        return heapText("unheard");
+        caller.deleteNode();
+        return "unheard";
     };
     callee_.run();
-    caller->run();
+    caller.run();
     asker_.publish("go", "");
-    EXPECT_EQ(reply.get_future().get(), "(null)");
-    EXPECT_EQ(asker_.call("/callee/barrier"), "unheard");
-    caller->thread().join();
+    caller.thread.join();
 }
 
 } // namespace

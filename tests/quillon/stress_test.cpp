@@ -58,7 +58,7 @@ TEST_F(Stress, AFloodDelaysNeitherCallsNorTimersNorTheStop)
         Peer node{bus_, "node", R"(["t"])"};
         Peer sender{bus_, "sender"};
         node.message = [&](auto, auto) { ++heard; };
-        node.answer = [&](auto, auto) { return heapText(std::to_string(heard)); };
+        node.answer = [&](auto, auto) { return std::to_string(heard); };
         node.run();
         for (int i = 1; i <= 3000; ++i) {
             sender.publish("t", "x");
@@ -101,8 +101,7 @@ TEST_F(Stress, NodesMayBeDeletedWhileOthersPublishToThemAndCallThem)
             guest.run();
             if (round % 4 != 0) continue;
             EXPECT_EQ(host.call(("/guest" + number + "/x").c_str()), "done");
-            quillon_node_delete(guest.release());
-            guest.thread().join();
+            guest.deleteNode();
         }
         --hosts;
     };
@@ -119,7 +118,7 @@ TEST_F(Stress, CrossingCallsNeverHang)
         const char *next = paths[(i + 1) % 3];
         peer.message = [&peer, next](auto, auto) { peer.call(next); };
         peer.answer = [&peer, next](auto, const char *data) {
-            return heapText(*data ? "deep" : peer.call(next, "once"));
+            return *data ? "deep" : peer.call(next, "once");
         };
     }
     for (Peer &peer : peers)
