@@ -20,7 +20,8 @@ struct Decoder {
     ps_decoder_t *ps = nullptr;
     std::vector<mfcc_t> initialMean; // of the cepstra, as the model has it; empty: not used
     bool inUtterance = false;
-    bool failed = false; // the library gave up inside a call; nothing of it is touched any more
+    bool hasPhones = false; // a search for phones has a result
+    bool failed = false;    // the library gave up inside a call; nothing of it is touched any more
 };
 
 namespace
@@ -208,6 +209,11 @@ std::vector<Segment> currentSegments(Decoder *decoder)
 
 void DecoderDelete::operator()(Decoder *decoder) const
 {
+    // The library keeps the last sequence of phones until the next, but never frees it: an
+    // utterance without sound takes its place.
+    if (decoder->hasPhones && endUtterance(decoder) && startUtterance(decoder, kPhoneSearch) &&
+        endUtterance(decoder))
+        (void)currentSegments(decoder);
     // A decoder that failed in the middle of something is left to itself: its parts may not fit
     // together.
     // The phone search frees the segments of its last utterance only when it makes new ones: those
@@ -267,6 +273,7 @@ bool decoderPass(Decoder *decoder, Search search, std::span<const int16_t> sampl
     tryOn(decoder,
           [&] { ps_process_raw(decoder->ps, samples.data(), samples.size(), FALSE, TRUE); });
     if (!endUtterance(decoder)) return false;
+    decoder->hasPhones = decoder->hasPhones || search == Search::phones;
     *segments = currentSegments(decoder);
     return !decoder->failed;
 }
