@@ -6,6 +6,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <mutex>
 #include <sphinxbase/err.h>
 
 #define DECODER_LOG(level, ...) ENGINE_LOG("ostrel/decoder", level, __VA_ARGS__)
@@ -58,8 +59,11 @@ void onMessage(void *, err_lvl_t level, const char *format, ...)
 
 void decoderMessagesToLog()
 {
-    err_set_logfp(nullptr);
-    err_set_callback(onMessage, nullptr);
+    static std::once_flag done; // other threads may be logging through it already
+    std::call_once(done, [] {
+        err_set_logfp(nullptr);
+        err_set_callback(onMessage, nullptr);
+    });
 }
 
 bool guardedCall(void (*action)(void *context), void *context)
