@@ -22,8 +22,8 @@ struct ConfidenceScale {
 };
 
 // Found with bench/accuracy on its recordings, clean and at 20 dB: without and with a transcript.
-constexpr ConfidenceScale kScaleAlone = {0.215, 0.1031, 0, 4.634};
-constexpr ConfidenceScale kScaleWithTranscript = {0.1951, 0.0855, 2.8926, 3.498};
+constexpr ConfidenceScale kScaleAlone = {0.2205, 0.1086, 0, 3.937};
+constexpr ConfidenceScale kScaleWithTranscript = {0.1988, 0.0917, 2.6087, 3.3};
 
 // For Chinese words over the model of another language.
 constexpr ConfidenceScale kScaleChinese = {0.361, 0.124, 0, 11.37};

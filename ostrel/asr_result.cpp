@@ -143,11 +143,12 @@ bool recogniseGrammar(Recogniser *recogniser, GrammarResult *result)
     std::vector<Segment> phones;
     Decoder *decoder = recogniser->decoder.get();
     const std::vector<int16_t> audio = searchedAudio(*recogniser);
-    if (!decoderPass(decoder, Search::grammar, audio, &words)) return false;
+    if (!decoderTake(decoder, audio) || !decoderPass(decoder, Search::grammar, &words))
+        return false;
     bool hasWords = std::any_of(words.begin(), words.end(),
                                 [](const Segment &segment) { return segment.word >= 0; });
     if (!hasWords) return true;
-    if (!decoderPass(decoder, Search::phones, audio, &phones)) return false;
+    if (!decoderPass(decoder, Search::phones, &phones)) return false;
     for (const Segment &segment : words)
         if (segment.word >= 0) addWord(*recogniser->grammar, segment, result);
     measureFit(words, phones, result);

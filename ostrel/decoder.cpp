@@ -1,5 +1,6 @@
 #include "ostrel/decoder.h"
 
+#include "ostrel/cepstra.h"
 #include "ostrel/decoder_guard.h"
 #include "ostrel/library.h"
 #include "ostrel/model_files.h"
@@ -18,7 +19,10 @@ namespace vantel::ostrel
 
 struct Decoder {
     ps_decoder_t *ps = nullptr;
-    std::vector<mfcc_t> initialMean; // of the cepstra, as the model has it; empty: not used
+    std::vector<mfcc_t> usualMean;       // of the cepstra, as the model has it; empty: not used
+    cmn_type_t normalisation = CMN_NONE; // of a stream, as the model has it
+    Cepstra cepstra;                     // of the utterance that is searched as a whole
+    bool chinese = false;
     bool inUtterance = false;
     bool hasPhones = false; // a search for phones has a result
     bool failed = false;    // the library gave up inside a call; nothing of it is touched any more
@@ -80,7 +84,7 @@ void widen(cmd_ln_t *configuration)
     cmd_ln_set_float_r(configuration, "-pbeam", 1e-120);
 }
 
-bool makeDecoder(Decoder *decoder, const std::string &acousticModel, bool chinese)
+bool makeDecoder(Decoder *decoder, const std::string &acousticModel)
 {
     // Reading the model is not known to be safe on two threads at once.
     static std::mutex loading;
@@ -88,7 +92,7 @@ bool makeDecoder(Decoder *decoder, const std::string &acousticModel, bool chines
     const char *folder = acousticModel.c_str();
     tryOn(decoder, [&] {
         cmd_ln_t *configuration = makeConfiguration(folder);
-        if (configuration && chinese) widen(configuration);
+        if (configuration && decoder->chinese) widen(configuration);
         decoder->ps = configuration ? ps_init(configuration) : nullptr;
         cmd_ln_free_r(configuration);
     });
@@ -96,8 +100,10 @@ bool makeDecoder(Decoder *decoder, const std::string &acousticModel, bool chines
         DECODER_LOG(kError, "  the acoustic model %s cannot be used\n", folder);
         return false;
     }
-    const cmn_t *cmn = ps_get_feat(decoder->ps)->cmn_struct;
-    if (cmn) decoder->initialMean.assign(cmn->cmn_mean, cmn->cmn_mean + cmn->veclen);
+    const feat_t *features = ps_get_feat(decoder->ps);
+    decoder->normalisation = features->cmn;
+    const cmn_t *cmn = features->cmn_struct;
+    if (cmn) decoder->usualMean.assign(cmn->cmn_mean, cmn->cmn_mean + cmn->veclen);
     return true;
 }
 
@@ -160,14 +166,17 @@ bool addSearches(Decoder *decoder, const Grammar &grammar)
     return !decoder->failed && result == 0;
 }
 
-// Starts an utterance that owes nothing to earlier ones.
-bool startUtterance(Decoder *decoder, const char *search)
+// Starts an utterance that owes nothing to earlier ones. Its mean is taken off as `normalisation`
+// says.
+bool startUtterance(Decoder *decoder, const char *search, cmn_type_t normalisation)
 {
     int result = -1;
     tryOn(decoder, [&] {
         ps_decoder_t *ps = decoder->ps;
-        if (!decoder->initialMean.empty())
-            cmn_live_set(ps_get_feat(ps)->cmn_struct, decoder->initialMean.data());
+        feat_t *features = ps_get_feat(ps);
+        features->cmn = normalisation;
+        if (!decoder->usualMean.empty())
+            cmn_live_set(features->cmn_struct, decoder->usualMean.data());
         if (ps_set_search(ps, search) != 0) return;
         ps_start_stream(ps);
         result = ps_start_utt(ps);
@@ -211,14 +220,14 @@ void DecoderDelete::operator()(Decoder *decoder) const
 {
     // The library keeps the last sequence of phones until the next, but never frees it: an
     // utterance without sound takes its place.
-    if (decoder->hasPhones && endUtterance(decoder) && startUtterance(decoder, kPhoneSearch) &&
-        endUtterance(decoder))
+    if (decoder->hasPhones && endUtterance(decoder) &&
+        startUtterance(decoder, kPhoneSearch, CMN_NONE) && endUtterance(decoder))
         (void)currentSegments(decoder);
     // A decoder that failed in the middle of something is left to itself: its parts may not fit
     // together.
     // The phone search frees the segments of its last utterance only when it makes new ones: those
     // of an empty utterance are none.
-    if (decoder->ps && endUtterance(decoder) && startUtterance(decoder, kPhoneSearch) &&
+    if (decoder->ps && endUtterance(decoder) && startUtterance(decoder, kPhoneSearch, CMN_NONE) &&
         endUtterance(decoder)) {
         (void)currentSegments(decoder);
     }
@@ -231,15 +240,16 @@ DecoderHandle decoderOpen(const std::string &acousticModel, const Grammar &gramm
     decoderMessagesToLog();
     if (!acousticModelUsable(acousticModel)) return nullptr;
     DecoderHandle decoder{new Decoder};
-    if (!makeDecoder(decoder.get(), acousticModel, isChinese(grammar)) ||
-        !addWords(decoder.get(), grammar) || !addSearches(decoder.get(), grammar))
+    decoder->chinese = isChinese(grammar);
+    if (!makeDecoder(decoder.get(), acousticModel) || !addWords(decoder.get(), grammar) ||
+        !addSearches(decoder.get(), grammar))
         return nullptr;
     return decoder;
 }
 
 bool decoderStreamStart(Decoder *decoder)
 {
-    return endUtterance(decoder) && startUtterance(decoder, kGrammarSearch);
+    return endUtterance(decoder) && startUtterance(decoder, kGrammarSearch, decoder->normalisation);
 }
 
 bool decoderStreamFeed(Decoder *decoder, std::span<const int16_t> samples)
@@ -263,17 +273,31 @@ void decoderStreamEnd(Decoder *decoder)
     (void)endUtterance(decoder);
 }
 
-bool decoderPass(Decoder *decoder, Search search, std::span<const int16_t> samples,
-                 std::vector<Segment> *segments)
+bool decoderTake(Decoder *decoder, std::span<const int16_t> samples)
+{
+    if (!endUtterance(decoder)) return false;
+    return tryOn(decoder, [&] {
+        decoder->cepstra = cepstraOf(ps_get_fe(decoder->ps), samples);
+        if (decoder->chinese)
+            subtractMean(&decoder->cepstra);
+        else
+            subtractSpeechMean(&decoder->cepstra, decoder->usualMean);
+    });
+}
+
+bool decoderPass(Decoder *decoder, Search search, std::vector<Segment> *segments)
 {
     segments->clear();
-    if (!endUtterance(decoder) ||
-        !startUtterance(decoder, search == Search::grammar ? kGrammarSearch : kPhoneSearch))
-        return false;
-    tryOn(decoder,
-          [&] { ps_process_raw(decoder->ps, samples.data(), samples.size(), FALSE, TRUE); });
+    const char *name = search == Search::grammar ? kGrammarSearch : kPhoneSearch;
+    if (!endUtterance(decoder) || !startUtterance(decoder, name, CMN_NONE)) return false;
+    Cepstra &cepstra = decoder->cepstra;
+    std::vector<mfcc_t *> frames;
+    for (size_t i = 0; i < cepstra.count(); ++i)
+        frames.push_back(cepstra.frame(i).data());
+    tryOn(decoder, [&] {
+        ps_process_cep(decoder->ps, frames.data(), static_cast<int>(frames.size()), FALSE, TRUE);
+    });
     if (!endUtterance(decoder)) return false;
-    decoder->hasPhones = decoder->hasPhones || search == Search::phones;
     *segments = currentSegments(decoder);
     return !decoder->failed;
 }

@@ -45,9 +45,10 @@ struct Segment {
 
 enum class Search { grammar, phones };
 
-// One search over a whole utterance, outside of a stream. No segments: nothing of the grammar was
-// found. False when the decoder failed.
-bool decoderPass(Decoder *decoder, Search search, std::span<const int16_t> samples,
-                 std::vector<Segment> *segments);
+// The utterance for the passes that follow. Each call is false when the decoder failed.
+bool decoderTake(Decoder *decoder, std::span<const int16_t> samples);
+// One search over the utterance, outside of a stream. No segments: nothing of the grammar was
+// found.
+bool decoderPass(Decoder *decoder, Search search, std::vector<Segment> *segments);
 
 } // namespace vantel::ostrel
