@@ -10,9 +10,7 @@
 namespace recordings
 {
 
-// Of the speech test data: a command, and numbers.
 constexpr char kCommand[] = "goforward.raw";
-constexpr char kNumbers[] = "numbers.raw";
 
 // 16 kHz samples of a recording of Debian's speech test data, without a header; fails the test when
 // it is not there.

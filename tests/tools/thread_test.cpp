@@ -10,9 +10,7 @@ using namespace vantel;
 namespace
 {
 
-class Threads : public testing::Test
-{
-protected:
+struct Threads : testing::Test {
     Threads() { logInit(kVerbose, nullptr, 0, 20); }
     ~Threads() override { logRelease(); }
 
@@ -48,20 +46,18 @@ TEST_F(Threads, JoinReportsExitCodeZeroAndClearsTheHandleSoThatASecondOneFails)
 
 TEST_F(Threads, StartReturnsOnceTheLoopRunsAlsoWhenItEndsAtOnce)
 {
-    struct Loop {
-        std::atomic<int32_t> *running;
-        std::atomic<bool> leave{false};
-    } loop{&running_};
+    std::atomic<bool> leave{false};
+    std::pair loop{&running_, &leave};
     auto entry = [](void *argument) {
-        Loop *theLoop = static_cast<Loop *>(argument);
-        theLoop->running->store(1);
-        while (!theLoop->leave)
-            std::atomic_signal_fence(std::memory_order_seq_cst);
-        theLoop->running->store(0);
+        auto [running, mayLeave] = *static_cast<decltype(loop) *>(argument);
+        running->store(1);
+        mayLeave->wait(false);
+        running->store(0);
     };
     ASSERT_EQ(quenda_mk_thread_start(&record_, "sbcp_test", &running_, entry, &loop), 0);
     EXPECT_EQ(running_, 1);
-    loop.leave = true;
+    leave = true;
+    leave.notify_all();
     EXPECT_EQ(quenda_mk_thread_join(&record_), 0);
 
     auto nothing = [](void *) {};

@@ -39,6 +39,7 @@ TEST_F(ThreadFailure, LeavesTheSlotEmptyAndTheInstanceGoesOn)
     EXPECT_TRUE(nodes->server && nodes->agent);
     EXPECT_FALSE(nodes->processor || nodes->dms || nodes->vad);
     EXPECT_EQ(scripted::liveHandles(), 0);
+    EXPECT_EQ(logged("[I]  ZQ-thread 创建线程， handle: 0, name: sbcp_"), 3U);
     EXPECT_EQ(vantelStartDialog(handle), 0);
 
     refuseThreads(true);
