@@ -1,5 +1,4 @@
 #include "tests/ostrel/commands.h"
-#include "tests/ostrel/recordings.h"
 
 #include <thread>
 
@@ -80,8 +79,8 @@ TEST_F(VehicleTest, CancelDropsTheUtteranceAndNothingIsFedOutsideOfOne)
     ASSERT_EQ(recogniser.feed(audio), 0);
     EXPECT_EQ(rec(recogniser.recognise(recordings::silence(40))), "");
     EXPECT_EQ(recogniser.results.size(), 1U);
-    for (auto function : {ostrel_asr_stop, ostrel_asr_cancel, ostrel_asr_delete})
-        EXPECT_NE(function(nullptr), 0);
+    EXPECT_NE(ostrel_asr_stop(nullptr), 0);
+    EXPECT_NE(ostrel_asr_cancel(nullptr), 0);
 }
 
 TEST_F(VehicleTest, LongUtteranceMeetsTheLimitAndKeepsWhatFitted)

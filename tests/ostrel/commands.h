@@ -1,12 +1,9 @@
 // Grammars and recognisers for the tests, over the engine's C interface.
 #pragma once
 
-#include "contracts/ostrel.h"
+#include "tests/ostrel/recordings.h"
 #include "tools/json.h"
 
-#include <algorithm>
-#include <gtest/gtest.h>
-#include <string>
 #include <vector>
 
 namespace commands
@@ -60,9 +57,7 @@ struct Recogniser {
     ~Recogniser()
     {
         size_t before = results.size();
-        if (handle) {
-            EXPECT_EQ(ostrel_asr_delete(handle), 0);
-        }
+        EXPECT_EQ(ostrel_asr_delete(handle) == 0, handle != nullptr);
         EXPECT_EQ(results.size(), before) << "delete calls back";
     }
     Recogniser(const Recogniser &) = delete;
@@ -70,11 +65,7 @@ struct Recogniser {
 
     int32_t feed(const std::string &audio, size_t chunkBytes = 3200)
     {
-        int32_t result = 0;
-        for (size_t at = 0; at < audio.size() && result == 0; at += chunkBytes)
-            result = ostrel_asr_feed(handle, &audio[at],
-                                     static_cast<int32_t>(std::min(chunkBytes, audio.size() - at)));
-        return result;
+        return recordings::feed(ostrel_asr_feed, handle, audio, chunkBytes);
     }
     // One utterance from start to stop; the last result.
     const cJSON *recognise(const std::string &audio, const char *startText = nullptr,

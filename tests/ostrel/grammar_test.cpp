@@ -5,8 +5,6 @@
 #include "tests/ostrel/commands.h"
 #include "tests/support/folder.h"
 
-#include <gtest/gtest.h>
-
 using namespace vantel::ostrel;
 using commands::compile;
 namespace fs = std::filesystem;
@@ -28,14 +26,10 @@ struct GrammarTest : testing::Test {
     {
         return folder.read("log").find(text) != std::string::npos;
     }
-    // A configuration with these words, and one with a path in a member as well.
+    // A configuration with these words; what else it has begins with a comma.
     static std::string words(const std::string &list, const std::string &more = "")
     {
         return commands::grammarText("#JSGF V1.0;\ngrammar t;\npublic <a> = " + list + ";\n", more);
-    }
-    static std::string wordsAnd(const std::string &member, const std::string &path)
-    {
-        return words("go", ",\"" + member + "\":\"" + path + "\"");
     }
     static Texts phonesOf(const std::string &word)
     {
@@ -82,9 +76,9 @@ TEST_F(GrammarTest, FaultsOfWordsAndFilesAreResultsAndNamed)
         {words("йцу | go 42x"), kGrammarWrong, "grammar:3:23: no pronunciation of \"42x\""},
         {words("ostrel", R"(,"guess":false)"), kGrammarWrong, "no pronunciation of \"ostrel\""},
         {words("go", R"(,"words":{"go":"G QQ"})"), kGrammarWrong, "has a phone \"QQ\""},
-        {wordsAnd("dict", none), kGrammarDictionary, none},
-        {wordsAnd("userDict", empty), kGrammarDictionary, empty},
-        {wordsAnd("out", none + "/folder"), kGrammarUnwritable, none + "/folder"},
+        {words("go", R"(,"dict":")" + none + "\""), kGrammarDictionary, none},
+        {words("go", R"(,"userDict":")" + empty + "\""), kGrammarDictionary, empty},
+        {words("go", R"(,"out":")" + none + "/x\""), kGrammarUnwritable, none + "/x"},
         {R"({"file":")" + none + ".gram\"}", kGrammarUnreadable, none + ".gram"},
         {R"({"file":")" + wrong + "\"}", kGrammarWrong, "wrong.gram:3:14: <b> is not defined"},
         {"{}", kGrammarConfiguration, ""},

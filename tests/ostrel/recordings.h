@@ -5,7 +5,9 @@
 #include "tests/support/pcm.h"
 #include "tools/read_file.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
+#include <string>
 
 namespace recordings
 {
@@ -26,6 +28,18 @@ inline std::string load(const std::string &name)
 inline std::string silence(int milliseconds)
 {
     return std::string(static_cast<size_t>(milliseconds) * 32, '\0');
+}
+
+// Gives the function the audio in calls of that many bytes, up to the first that fails.
+inline int32_t feed(int32_t (*function)(void *handle, const void *data, int32_t length),
+                    void *handle, const std::string &audio, size_t chunkBytes)
+{
+    int32_t result = 0;
+    for (size_t at = 0; at < audio.size() && result == 0; at += chunkBytes) {
+        size_t bytes = std::min(chunkBytes, audio.size() - at);
+        result = function(handle, &audio[at], static_cast<int32_t>(bytes));
+    }
+    return result;
 }
 
 struct LoadedEngine : testing::Test {
