@@ -157,33 +157,33 @@ TEST_F(Agent, PassesEachRequestOnOrSaysWhyNot)
 
 TEST_F(Agent, FailsTheRequestsOfTheCompanionDevice)
 {
+    const std::string found = R"({"result":"failed","input":{"a":1}})";
     const std::string failed = R"({"result":"failed"})";
+    const std::optional<std::string> none;
+    const struct {
+        std::string topic; // below "sys.localSocket."
+        std::optional<std::string> data;
+        const char *line;
+        Lines published;
+    } cases[] = {
+        {"qxDownload", "{}", "I onQXDownload: NULL", {"qxDownload.result " + failed}},
+        {"qxdfu", none, "I onQXDFU: NULL", {"qxdfu.result " + failed}},
+        {"qxreset", "{}", "I onQXReset: NULL", {"qxreset.result " + failed}},
+        {"qxFindDevice",
+         R"({"a": 1})",
+         R"(I onQXFindDevice: {"a": 1})",
+         {"qxFindDevice.result " + found}},
+        {"qxFindDevice", "no", "I onQXFindDevice: no", {"qxFindDevice.result " + failed}},
+        {"qxFindDevice", none, "E findDevice not params", {}},
+        {"qxOperateInfo", "x", "I onQXOperateInfo: x", {}},
+        {"qxOperateInfo", none, "E qxoperateInfo not params", {}},
+        {"QXDFU", "x", "", {}},
+    };
     beginNode(Node::agent, "{}");
-    for (const auto &[topic, name, result] :
-         {std::tuple{"sys.localSocket.qxDownload", "onQXDownload", "qxDownload.result "},
-          std::tuple{"sys.localSocket.qxdfu", "onQXDFU", "qxdfu.result "},
-          std::tuple{"sys.localSocket.qxreset", "onQXReset", "qxreset.result "}}) {
-        forget();
-        send(topic, "{}");
-        send(topic, std::nullopt);
-        const std::string line = std::string("I ") + name + ": NULL";
-        EXPECT_EQ(lines(), line + "\n" + line);
-        EXPECT_EQ(trace(), (Lines{result + failed, result + failed}));
+    for (const auto &[topic, data, line, published] : cases) {
+        EXPECT_EQ(publish("sys.localSocket." + topic, data), published) << topic;
+        EXPECT_EQ(lines(), line);
     }
-
-    forget();
-    send("sys.localSocket.qxFindDevice", R"({ "a": 1 })");
-    send("sys.localSocket.qxFindDevice", "no");
-    send("sys.localSocket.qxFindDevice", std::nullopt);
-    send("sys.localSocket.qxOperateInfo", "x");
-    send("sys.localSocket.qxOperateInfo", std::nullopt);
-    send("root.cancel.sticky", "x");
-    send("sys.localSocket.QXDFU", "x");
-    EXPECT_EQ(lines(), "I onQXFindDevice: { \"a\": 1 }\nI onQXFindDevice: no\n"
-                       "E findDevice not params\n"
-                       "I onQXOperateInfo: x\nE qxoperateInfo not params");
-    EXPECT_EQ(trace(), (Lines{R"(qxFindDevice.result {"result":"failed","input":{"a":1}})",
-                              "qxFindDevice.result " + failed}));
 }
 
 TEST_F(Agent, AnswersItsTwoPathsWithNothingAndOthersWithANotice)

@@ -9,17 +9,14 @@ using vantel::snr;
 namespace
 {
 
-int32_t sampleCount(const std::string &pcm)
-{
-    return static_cast<int32_t>(pcm.size() / 2);
-}
-
+// Of samples at odd addresses, which a host may hand over.
 float ratioOf(const std::string &signal, const std::string &background)
 {
+    const std::string shifted = "x" + signal;
+    const int32_t signals = static_cast<int32_t>(signal.size() / 2);
+    const int32_t backgrounds = static_cast<int32_t>(background.size() / 2);
     float ratio = -1000.0F;
-    EXPECT_EQ(
-        snr(signal.data(), sampleCount(signal), background.data(), sampleCount(background), &ratio),
-        0);
+    EXPECT_EQ(snr(shifted.data() + 1, signals, background.data(), backgrounds, &ratio), 0);
     return ratio;
 }
 
@@ -28,16 +25,6 @@ TEST(Snr, IsTheSameToTheLastBitEverywhere)
 {
     EXPECT_EQ(ratioOf(noise(50001, 12000, 3), noise(30001, 321, 4)), 0x1.eeccfp+4F);
     EXPECT_EQ(ratioOf(noise(160000, 32767, 5), noise(160000, 40, 6)), 0x1.d11facp+5F);
-}
-
-TEST(Snr, OddAddressesGiveTheSameRatio)
-{
-    const std::string signal = noise(4001, 5000);
-    const std::string background = noise(4001, 50);
-    const std::string shifted = "x" + signal;
-    float ratio = 0;
-    EXPECT_EQ(snr(shifted.data() + 1, 4001, background.data(), 4001, &ratio), 0);
-    EXPECT_EQ(ratio, ratioOf(signal, background));
 }
 
 TEST(Snr, NothingToCompareFailsWithRatioZero)
