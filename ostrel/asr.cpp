@@ -1,5 +1,6 @@
 #include "ostrel/asr.h"
 
+#include "ostrel/model_files.h"
 #include "ostrel/no_throw.h"
 
 #include <algorithm>
@@ -42,7 +43,10 @@ std::unique_ptr<Recogniser> open(const char *configuration)
         return nullptr;
     const AsrOptions &options = recogniser->options;
     if (recogniser->grammar) {
-        recogniser->decoder = decoderOpen(options.acousticModel, *recogniser->grammar);
+        recogniser->borrowsModel = isChinese(*recogniser->grammar) &&
+                                   options.acousticModel == modelFile(kDefaultAcousticModel);
+        recogniser->decoder =
+            decoderOpen(options.acousticModel, *recogniser->grammar, recogniser->borrowsModel);
         if (!recogniser->decoder) return nullptr;
     }
     // The transcriber knows English only: on Chinese it would invent words.

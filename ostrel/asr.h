@@ -23,6 +23,7 @@ struct Recogniser {
     ostrel_callback callback = nullptr;
     void *user = nullptr;
     std::shared_ptr<const Grammar> grammar; // null: none, and no decoder either
+    bool borrowsModel = false; // Chinese words over the English model, which need care of their own
     DecoderHandle decoder;
     std::shared_ptr<const Transcriber> transcriber; // null: none
     // The utterance.

@@ -123,15 +123,15 @@ std::vector<int16_t> withNoise(const std::vector<int16_t> &audio, int32_t peak, 
 
 std::vector<int16_t> searchedAudio(const Recogniser &recogniser)
 {
-    constexpr size_t kChineseMargin = 4000; // a quarter of a second
-    if (!isChinese(*recogniser.grammar)) return withNoise(recogniser.audio, kWeakNoise, 0);
-    return withNoise(recogniser.audio, noiseUnder(recogniser.audio), kChineseMargin);
+    constexpr size_t kBorrowedMargin = 4000; // a quarter of a second
+    if (!recogniser.borrowsModel) return withNoise(recogniser.audio, kWeakNoise, 0);
+    return withNoise(recogniser.audio, noiseUnder(recogniser.audio), kBorrowedMargin);
 }
 
 ConfidenceScale scaleFor(const Recogniser &recogniser, const NgramResult &ngram)
 {
     if (recogniser.options.scale) return *recogniser.options.scale;
-    if (isChinese(*recogniser.grammar)) return kScaleChinese;
+    if (recogniser.borrowsModel) return kScaleChinese;
     return ngram.isThere ? kScaleWithTranscript : kScaleAlone;
 }
 

@@ -22,7 +22,7 @@ struct Decoder {
     std::vector<mfcc_t> usualMean;       // of the cepstra, as the model has it; empty: not used
     cmn_type_t normalisation = CMN_NONE; // of a stream, as the model has it
     Cepstra cepstra;                     // of the utterance that is searched as a whole
-    bool chinese = false;
+    bool borrowed = false;               // the words are of another language than the model
     bool inUtterance = false;
     bool hasPhones = false; // a search for phones has a result
     bool failed = false;    // the library gave up inside a call; nothing of it is touched any more
@@ -92,7 +92,7 @@ bool makeDecoder(Decoder *decoder, const std::string &acousticModel)
     const char *folder = acousticModel.c_str();
     tryOn(decoder, [&] {
         cmd_ln_t *configuration = makeConfiguration(folder);
-        if (configuration && decoder->chinese) widen(configuration);
+        if (configuration && decoder->borrowed) widen(configuration);
         decoder->ps = configuration ? ps_init(configuration) : nullptr;
         cmd_ln_free_r(configuration);
     });
@@ -235,12 +235,12 @@ void DecoderDelete::operator()(Decoder *decoder) const
     delete decoder;
 }
 
-DecoderHandle decoderOpen(const std::string &acousticModel, const Grammar &grammar)
+DecoderHandle decoderOpen(const std::string &acousticModel, const Grammar &grammar, bool borrowed)
 {
     decoderMessagesToLog();
     if (!acousticModelUsable(acousticModel)) return nullptr;
     DecoderHandle decoder{new Decoder};
-    decoder->chinese = isChinese(grammar);
+    decoder->borrowed = borrowed;
     if (!makeDecoder(decoder.get(), acousticModel) || !addWords(decoder.get(), grammar) ||
         !addSearches(decoder.get(), grammar))
         return nullptr;
@@ -278,7 +278,7 @@ bool decoderTake(Decoder *decoder, std::span<const int16_t> samples)
     if (!endUtterance(decoder)) return false;
     return tryOn(decoder, [&] {
         decoder->cepstra = cepstraOf(ps_get_fe(decoder->ps), samples);
-        if (decoder->chinese)
+        if (decoder->borrowed)
             subtractMean(&decoder->cepstra);
         else
             subtractSpeechMean(&decoder->cepstra, decoder->usualMean);

@@ -21,8 +21,9 @@ struct DecoderDelete {
 using DecoderHandle = std::unique_ptr<Decoder, DecoderDelete>;
 
 // Null, with the reason in the engine's log, when the model cannot be used or does not know a phone
-// of the grammar's words.
-DecoderHandle decoderOpen(const std::string &acousticModel, const Grammar &grammar);
+// of the grammar's words. A model is borrowed that was trained for another language than the
+// words'.
+DecoderHandle decoderOpen(const std::string &acousticModel, const Grammar &grammar, bool borrowed);
 
 // The search while speech comes in, which only tells how the grammar may go on: it cannot know the
 // whole utterance's level. Each call is false when the decoder failed; it then stays failed.
