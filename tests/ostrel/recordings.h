@@ -43,7 +43,7 @@ inline int32_t feed(int32_t (*function)(void *handle, const void *data, int32_t 
 }
 
 struct LoadedEngine : testing::Test {
-    LoadedEngine() { EXPECT_EQ(ostrel_library_load(R"({"logEnable":false})"), 0); }
+    LoadedEngine() { EXPECT_EQ(ostrel_library_load("{}"), 0); }
     ~LoadedEngine() override { ostrel_library_release(); }
 };
 

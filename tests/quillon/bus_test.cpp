@@ -29,6 +29,22 @@ TEST_F(Publications, ReachEverySubscriberInOrderThePublisherIncluded)
     EXPECT_EQ(heard[1], (Texts{"b0", "c0", "b1", "c1", "b2", "c2"}));
 }
 
+TEST_F(Publications, FindTheirSubscriberAmongManyTopics)
+{
+    Texts heard, topics;
+    Peer node{bus_, "node"};
+    node.message = [&](auto topic, auto) { heard.push_back(topic); };
+    for (int i = 0; i < 100; ++i) {
+        topics.push_back("some.long.topic." + std::to_string(i));
+        quillon_node_subscribe(node.node(), (R"([")" + topics.back() + R"("])").c_str());
+    }
+    for (const std::string &topic : topics)
+        asker_.publish(topic.c_str(), "");
+    node.run();
+    settle("node");
+    EXPECT_EQ(heard, topics);
+}
+
 TEST_F(Publications, AreCopiedAndNullStaysNull)
 {
     Texts heard;

@@ -117,9 +117,12 @@ struct Waiting : BusTest {
         entered_.set();
         leave_.wait();
     }
+    // A call that nobody answers for now.
     std::future<std::string> callInBackground()
     {
-        return std::async(std::launch::async, [this] { return asker_.call("/callee/x"); });
+        auto reply = std::async(std::launch::async, [this] { return asker_.call("/callee/x"); });
+        EXPECT_EQ(reply.wait_for(std::chrono::milliseconds(10)), std::future_status::timeout);
+        return reply;
     }
     void TearDown() override { leave_.set(); }
 };
