@@ -218,6 +218,7 @@ TEST(Matcher, WorkIsBounded)
     for (int i = 0; i < 3000; ++i)
         many += " | x* w" + std::to_string(i);
     EXPECT_EQ(meaning(tree(many + ";"), manyX(390)), "too hard");
+    EXPECT_EQ(meaning(tree("public <a> = x*;"), manyX(401)), "too hard");
     // Deeper than the stack is allowed to grow.
     EXPECT_EQ(meaning(tree("public <a> = x [<a>];"), manyX(390)), "too hard");
 }

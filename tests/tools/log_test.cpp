@@ -141,14 +141,6 @@ TEST_F(Log, SizeZeroIsNoLimitAndModeDecidesWhetherAFileIsKept)
     EXPECT_EQ(contents(), "");
 }
 
-TEST_F(Log, WithoutAFileLinesGoToStandardOutput)
-{
-    testing::internal::CaptureStdout();
-    lineLogInit(&log_, 1, (folder_ / "absent/a.log").c_str(), 0, 20);
-    write(kInfo, "shown");
-    EXPECT_TRUE(testing::internal::GetCapturedStdout().ends_with("ZQ-localVad shown\n"));
-}
-
 TEST_F(Log, AFileThatCannotBeReopenedAtItsLimitGivesWayToStandardOutput)
 {
     // Seen from another working directory, the relative path leads to a folder.
