@@ -1,7 +1,6 @@
 // The node's making, states, calls, topics and log.
 #include "tests/dms/dms_bench.h"
 
-
 namespace
 {
 
