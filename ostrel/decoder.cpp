@@ -78,7 +78,6 @@ void widen(cmd_ln_t *configuration)
 {
     cmd_ln_set_float_r(configuration, "-lw", 6.5);
     cmd_ln_set_float_r(configuration, "-wip", 0.65);
-    cmd_ln_set_int_r(configuration, "-topn", 2);
     cmd_ln_set_float_r(configuration, "-beam", 1e-120);
     cmd_ln_set_float_r(configuration, "-wbeam", 1e-80);
     cmd_ln_set_float_r(configuration, "-pbeam", 1e-120);
