@@ -39,7 +39,9 @@ struct Recogniser {
 struct GrammarResult {
     std::vector<std::string> words;
     std::string reading; // of the words as they were spoken; empty when nothing tells
-    double fitAll = 0;   // A and W of the confidence scale
+    int64_t phones = 0;  // of the words, and the frames that these take
+    int64_t wordFrames = 0;
+    double fitAll = 0; // A and W of the confidence scale
     double fitWords = 0;
     double confidence = 0;
 };

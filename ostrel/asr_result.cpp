@@ -69,7 +69,9 @@ void addWord(const Grammar &grammar, const Segment &segment, GrammarResult *resu
     auto word = static_cast<size_t>(segment.word);
     auto pronunciation = static_cast<size_t>(segment.pronunciation);
     result->words.push_back(grammar.tree.words[word].text);
-    const std::string &reading = grammar.pronunciations[word].at(pronunciation).reading;
+    const auto &[phones, reading] = grammar.pronunciations[word].at(pronunciation);
+    result->phones += 1 + std::count(phones.begin(), phones.end(), ' ');
+    result->wordFrames += segment.lastFrame - segment.firstFrame + 1;
     if (!reading.empty()) result->reading += (result->reading.empty() ? "" : " ") + reading;
 }
 
@@ -128,6 +130,15 @@ std::vector<int16_t> searchedAudio(const Recogniser &recogniser)
     return withNoise(recogniser.audio, noiseUnder(recogniser.audio), kBorrowedMargin);
 }
 
+// Noise alone fits silence so well that Chinese words have only to be got over: they are found
+// faster than people speak to a device.
+bool isHurried(const GrammarResult &result)
+{
+    constexpr double kFewestFrames = 5; // of a phone, on average
+    return static_cast<double>(result.wordFrames) <
+           kFewestFrames * static_cast<double>(result.phones);
+}
+
 ConfidenceScale scaleFor(const Recogniser &recogniser, const NgramResult &ngram)
 {
     if (recogniser.options.scale) return *recogniser.options.scale;
@@ -174,6 +185,7 @@ void recogniseNgram(const Recogniser &recogniser, NgramResult *result)
 void rateGrammar(const Recogniser &recogniser, const NgramResult &ngram, GrammarResult *result)
 {
     if (result->words.empty()) return;
+    if (recogniser.borrowsModel && isHurried(*result)) return;
     // One may write as two words what the other writes as one.
     auto letters = [](std::string text) {
         std::erase(text, ' ');

@@ -6,6 +6,7 @@
 #include "ostrel/pronounce.h"
 #include "tests/ostrel/commands.h"
 #include "tests/ostrel/recordings.h"
+#include "tests/support/pcm.h"
 #include "tools/read_file.h"
 
 #include <gtest/gtest.h>
@@ -147,6 +148,21 @@ TEST(Mandarin, MeasuredCommandsAreThoseOfTheDemoGrammar)
         commands += isCommand;
     }
     EXPECT_EQ(commands, 20);
+}
+
+TEST(Mandarin, NoiseAndSilenceAreNoCommands)
+{
+    std::string grammar;
+    ASSERT_TRUE(readFile(kFiles + "/../../apps/grammars/zh.gram", &grammar));
+    ASSERT_EQ(ostrel_library_load("{}"), 0);
+    ASSERT_EQ(commands::compile(commands::grammarText(grammar)), 0);
+    {
+        commands::Recogniser recogniser{R"({"partials":false})"};
+        for (const std::string &audio :
+             {noise(24000, 1000), noise(32000, 4000), recordings::silence(1500)})
+            EXPECT_LT(commands::conf(recogniser.recognise(audio)), 0.55);
+    }
+    ostrel_library_release();
 }
 
 } // namespace
