@@ -2,7 +2,9 @@
 # Prints how well the recogniser does on recordings of people: commands right, other speech and noise
 # taken for commands, clean and in noise.
 #
-#   bench/accuracy.sh [--build FOLDER] [--quick] [options of the program]
+#   bench/accuracy.sh [--quick] [options of the program]
+#
+# The program is that of the preset bench; BUILD names another build folder.
 #
 # The recordings are those of Debian packages, named in bench/accuracy.tsv; what of them is installed
 # is used, and the table says how many that were. Packages: pocketsphinx-testdata alsa-utils
@@ -10,14 +12,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-build=build/bench
-while (($#)); do
-    case $1 in
-    --build) build=${2:?--build needs a folder}; shift 2 ;;
-    *) break ;;
-    esac
-done
-
+build=${BUILD:-build/bench}
 folder=build/recordings
 list=$folder/list.tsv
 mkdir -p "$folder"

@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Prints how well the recogniser does on Mandarin commands over the English acoustic model.
 #
-#   bench/mandarin.sh [--build FOLDER] [options of the program]
+#   bench/mandarin.sh [options of the program]
+#
+# The program is that of the preset bench; BUILD names another build folder.
 #
 # No recordings of whole commands by people are to be had. The table has three sets in their place:
 #
@@ -15,14 +17,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-build=build/bench
-while (($#)); do
-    case $1 in
-    --build) build=${2:?--build needs a folder}; shift 2 ;;
-    *) break ;;
-    esac
-done
-
+build=${BUILD:-build/bench}
 folder=build/recordings/mandarin
 syllables=/usr/share/gcin-voice/ogg
 english=/usr/share/pocketsphinx/test/data/librivox
