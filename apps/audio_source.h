@@ -10,7 +10,10 @@ namespace vantel::app
 {
 
 constexpr int kSampleRate = 16000;
-constexpr int kChunkSamples = kSampleRate / 50; // 20 ms
+// 10 ms. At the usual pause the detector tells the end of speech 12 ms after it: with longer chunks
+// that end may lie in audio that the instance has not kept yet, and the signal-to-noise ratio is
+// less exact.
+constexpr int kChunkSamples = kSampleRate / 100;
 
 class AudioSource
 {
