@@ -194,8 +194,9 @@ VANTEL_API int32_t vantelStopDialogParams(void *handle, const char *params);
 
 /* Feeds captured audio; needs "recorder" external.
  * data    PCM; may be null only with length 0.
- * length  bytes, 0 or more; any chunk size. 10 ms (320 bytes) suits best: the end of speech is then
- *         sure to be found in what was fed, from which the signal-to-noise ratio is taken.
+ * length  bytes, 0 or more; any chunk size. 10 ms (320 bytes) suits best: of longer chunks
+ *         the end of speech may lie in one that is not kept yet, and the signal-to-noise ratio is
+ *         less exact.
  * Returns 0, also when the instance records by itself (logged, nothing fed); -1: no instance,
  *         negative length, or null data with a length. */
 VANTEL_API int32_t vantelFeedData(void *handle, const void *data, int32_t length);

@@ -1,6 +1,7 @@
 #include "tools/log.h"
 #include "tools/quenda_mk_thread.h"
 
+#include <future>
 #include <gtest/gtest.h>
 #include <new>
 #include <string>
@@ -46,18 +47,17 @@ TEST_F(Threads, JoinReportsExitCodeZeroAndClearsTheHandleSoThatASecondOneFails)
 
 TEST_F(Threads, StartReturnsOnceTheLoopRunsAlsoWhenItEndsAtOnce)
 {
-    std::atomic<bool> leave{false};
-    std::pair loop{&running_, &leave};
+    std::promise<void> leave;
+    std::pair loop{&running_, leave.get_future()};
     auto entry = [](void *argument) {
-        auto [running, mayLeave] = *static_cast<decltype(loop) *>(argument);
+        auto &[running, mayLeave] = *static_cast<decltype(loop) *>(argument);
         running->store(1);
-        mayLeave->wait(false);
+        mayLeave.wait();
         running->store(0);
     };
     ASSERT_EQ(quenda_mk_thread_start(&record_, "sbcp_test", &running_, entry, &loop), 0);
     EXPECT_EQ(running_, 1);
-    leave = true;
-    leave.notify_all();
+    leave.set_value();
     EXPECT_EQ(quenda_mk_thread_join(&record_), 0);
 
     auto nothing = [](void *) {};
