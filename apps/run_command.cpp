@@ -68,10 +68,13 @@ public:
         }
         return {};
     }
-    // Only silence is left of the input.
+    // Nothing is left of the input that could hold a command.
     bool isSpent() const
     {
-        return at_ >= sources_.size() || (at_ + 1 == sources_.size() && silence_ > 0);
+        constexpr double kShortestCommandSeconds = 0.3;
+        if (at_ >= sources_.size()) return true;
+        if (at_ + 1 < sources_.size() || sources_[at_]->isLive()) return false;
+        return silence_ > 0 || total_ - heard_ < kShortestCommandSeconds;
     }
     double heard() const { return heard_; }
     double total() const { return total_; }
