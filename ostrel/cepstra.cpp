@@ -7,12 +7,13 @@ namespace vantel::ostrel
 namespace
 {
 
-// Found with bench/accuracy, clean and at 20 dB.
-constexpr double kLoudness = 12; // that speech is above the mean, as in the model's training
-constexpr double kContrastShare =
-    0.7; // of that above the quiet frames, at most: noise alone has little
-constexpr double kQuietShare = 0.5; // quiet frames for each loud one, at most
-constexpr double kUsualFrames = 30; // that the model's mean counts as
+// Found with bench/accuracy, clean and at 20 dB. Speech is so much louder than the mean, or, where
+// that is less, by such a share of what it is above the quiet frames: noise alone has little of it.
+constexpr double kLoudness = 12;
+constexpr double kContrastShare = 0.7;
+// Quiet frames count as so many for each loud one, at most, and the model's mean as so many frames.
+constexpr double kQuietShare = 0.5;
+constexpr double kUsualFrames = 30;
 
 void subtract(Cepstra *cepstra, std::span<const double> mean)
 {

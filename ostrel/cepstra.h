@@ -1,8 +1,8 @@
 // The cepstra of a whole utterance, freed of what the recording adds to them.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <span>
 #include <sphinxbase/fe.h>
 #include <vector>
