@@ -1,9 +1,9 @@
 #include "src/agent/agent.h"
 
 #include "src/agent/agent_record.h"
-#include "src/vantel/node_loop.h"
-#include "src/vantel/publish.h"
-#include "src/vantel/topics.h"
+#include "src/node/node_loop.h"
+#include "src/node/publish_text.h"
+#include "src/node/topics.h"
 #include "tools/json.h"
 #include "tools/quenda_tool.h"
 

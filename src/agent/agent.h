@@ -1,7 +1,7 @@
 // The agent node, "localAgent": every request of the host enters the bus through it.
 #pragma once
 
-#include "src/vantel/instance.h"
+#include "src/node/instance.h"
 
 #include <cstdint>
 

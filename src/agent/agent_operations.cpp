@@ -2,8 +2,8 @@
 
 #include "src/agent/agent_record.h"
 #include "src/agent/check_params.h"
-#include "src/vantel/publish.h"
-#include "src/vantel/topics.h"
+#include "src/node/publish_text.h"
+#include "src/node/topics.h"
 #include "tools/json.h"
 
 #include <cstring>

@@ -1,7 +1,7 @@
 // The agent's record, for its own files.
 #pragma once
 
-#include "src/vantel/instance.h"
+#include "src/node/instance.h"
 #include "tools/heap_text.h"
 #include "tools/log.h"
 #include "tools/quenda_mk_thread.h"

@@ -3,8 +3,8 @@
 // Result texts come from outside the library: members of a wrong type count as what cJSON reads
 // from them (0 for a number), and cost at most the one result.
 #include "src/dms/dms_record.h"
-#include "src/vantel/publish.h"
-#include "src/vantel/topics.h"
+#include "src/node/publish_text.h"
+#include "src/node/topics.h"
 #include "tools/quenda_tool.h"
 
 #include <algorithm>

@@ -1,8 +1,8 @@
 #include "src/dms/dms.h"
 
 #include "src/dms/dms_record.h"
-#include "src/vantel/node_loop.h"
-#include "src/vantel/topics.h"
+#include "src/node/node_loop.h"
+#include "src/node/topics.h"
 
 #include <new>
 

@@ -1,7 +1,7 @@
 // The DMS node, "localDms": runs the local recogniser over each listening turn.
 #pragma once
 
-#include "src/vantel/instance.h"
+#include "src/node/instance.h"
 
 #include <cstdint>
 

@@ -1,7 +1,7 @@
 // What the DMS node hears and answers, and the operations of a turn.
 #include "contracts/quillon.h"
 #include "src/dms/dms_record.h"
-#include "src/vantel/topics.h"
+#include "src/node/topics.h"
 #include "tools/quenda_tool.h"
 
 #include <cstring>

@@ -8,9 +8,9 @@
 #include "contracts/ostrel.h"
 #include "src/agent/error_report.h"
 #include "src/dms/dms.h"
-#include "src/vad/pcm_capture.h"
-#include "src/vantel/instance.h"
-#include "src/vantel/node_log.h"
+#include "src/node/instance.h"
+#include "src/node/node_log.h"
+#include "src/node/pcm_capture.h"
 #include "tools/json.h"
 #include "tools/quenda_mk_thread.h"
 

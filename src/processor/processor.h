@@ -1,7 +1,7 @@
 // The processor node, "localProcessor": the dialog orchestrator of an instance.
 #pragma once
 
-#include "src/vantel/instance.h"
+#include "src/node/instance.h"
 
 #include <cstdint>
 

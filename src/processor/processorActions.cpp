@@ -1,5 +1,5 @@
+#include "src/node/topics.h"
 #include "src/processor/processorRecord.h"
-#include "src/vantel/topics.h"
 #include "tools/json.h"
 #include "tools/quenda_tool.h"
 

@@ -5,10 +5,10 @@
 #pragma once
 
 #include "contracts/quillon.h"
+#include "src/node/node_log.h"
+#include "src/node/node_loop.h"
+#include "src/node/publish_text.h"
 #include "src/processor/processor.h"
-#include "src/vantel/node_log.h"
-#include "src/vantel/node_loop.h"
-#include "src/vantel/publish.h"
 #include "tools/heap_text.h"
 #include "tools/log.h"
 #include "tools/quenda_mk_thread.h"

@@ -1,6 +1,6 @@
 #include "src/agent/error_report.h"
+#include "src/node/topics.h"
 #include "src/processor/processorRecord.h"
-#include "src/vantel/topics.h"
 #include "tools/json.h"
 
 namespace vantel

@@ -1,8 +1,8 @@
 #include "src/vad/vad.h"
 
+#include "src/node/node_loop.h"
+#include "src/node/topics.h"
 #include "src/vad/vad_record.h"
-#include "src/vantel/node_loop.h"
-#include "src/vantel/topics.h"
 #include "tools/json.h"
 #include "tools/quenda_tool.h"
 

@@ -1,7 +1,7 @@
 // The VAD node, "localVad": cuts the microphone audio into speech and measures its quality.
 #pragma once
 
-#include "src/vantel/instance.h"
+#include "src/node/instance.h"
 
 #include <cstdint>
 

@@ -1,6 +1,6 @@
 #include "src/vad/vad_record.h"
 
-#include "src/vantel/topics.h"
+#include "src/node/topics.h"
 #include "tools/json.h"
 #include "tools/quenda_tool.h"
 

@@ -1,7 +1,7 @@
 #include "src/vad/vad_record.h"
 
-#include "src/vantel/publish.h"
-#include "src/vantel/topics.h"
+#include "src/node/publish_text.h"
+#include "src/node/topics.h"
 #include "third/snr/snr.h"
 #include "tools/json.h"
 

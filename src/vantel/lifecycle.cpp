@@ -3,10 +3,10 @@
 #include "include/vantel/vantel.h"
 #include "src/agent/agent.h"
 #include "src/dms/dms.h"
+#include "src/node/instance.h"
+#include "src/node/node_loop.h"
 #include "src/processor/processor.h"
 #include "src/vad/vad.h"
-#include "src/vantel/instance.h"
-#include "src/vantel/node_loop.h"
 #include "src/vantel/settings.h"
 #include "src/vantel/vantel_log.h"
 

@@ -1,7 +1,7 @@
 // The operations on an instance: each logs its entry and hands its arguments to the agent.
 #include "include/vantel/vantel.h"
 #include "src/agent/agent_operations.h"
-#include "src/vantel/instance.h"
+#include "src/node/instance.h"
 #include "src/vantel/vantel_log.h"
 
 using namespace vantel;

@@ -1,6 +1,6 @@
 #include "contracts/quillon.h"
 #include "include/vantel/vantel.h"
-#include "src/vantel/instance.h"
+#include "src/node/instance.h"
 
 #include <gtest/gtest.h>
 #include <latch>

@@ -1,6 +1,6 @@
 #include "include/vantel/vantel.h"
 #include "src/agent/agent_record.h"
-#include "src/vantel/instance.h"
+#include "src/node/instance.h"
 #include "tests/support/bench.h"
 
 #include <filesystem>

@@ -1,5 +1,5 @@
 #include "include/vantel/vantel.h"
-#include "src/vantel/instance.h"
+#include "src/node/instance.h"
 #include "tests/support/bench.h"
 
 #include <pthread.h>

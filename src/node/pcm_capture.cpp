@@ -1,4 +1,4 @@
-#include "src/vad/pcm_capture.h"
+#include "src/node/pcm_capture.h"
 
 #include "platform/platform.h"
 

@@ -4,7 +4,7 @@
 // closed again; nothing here truncates or removes one.
 #pragma once
 
-#include "src/vantel/node_log.h"
+#include "src/node/node_log.h"
 #include "tools/quenda_tool.h"
 
 #include <cstdint>
