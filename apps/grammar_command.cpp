@@ -1,7 +1,7 @@
 #include "apps/commands.h"
 
+#include "apps/compile_grammar.h"
 #include "apps/engine_log.h"
-#include "apps/grammar.h"
 #include "contracts/ostrel.h"
 #include "tools/json.h"
 

@@ -1,6 +1,6 @@
 #include "apps/session.h"
 
-#include "apps/grammar.h"
+#include "apps/compile_grammar.h"
 #include "contracts/quillon.h"
 #include "tools/json.h"
 

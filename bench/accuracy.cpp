@@ -7,7 +7,7 @@
 // and noise alone, by turns. --details writes every single result; --quick leaves out what is no
 // command and the worst condition, --clean the conditions with noise mixed in. Before and behind
 // each recording is as much near-silence as the detector leaves around speech.
-#include "bench/signal.h"
+#include "bench/samples.h"
 #include "contracts/ostrel.h"
 #include "tools/json.h"
 

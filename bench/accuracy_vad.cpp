@@ -7,7 +7,7 @@
 // clean recording; recordings with a gap inside are left out, as they may well be split. Each is
 // set between a second of background and a second and a half of it, in several noises, and fed in
 // calls of 20 ms with a pause of 300 ms.
-#include "bench/signal.h"
+#include "bench/samples.h"
 #include "contracts/ostrel.h"
 #include "tools/json.h"
 

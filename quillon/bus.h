@@ -3,7 +3,7 @@
 
 #include "quillon/block_pool.h"
 #include "quillon/grace.h"
-#include "quillon/topics.h"
+#include "quillon/topic_table.h"
 #include "tools/line_log.h"
 
 #include <array>

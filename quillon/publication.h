@@ -3,7 +3,7 @@
 
 #include "quillon/block_pool.h"
 #include "quillon/inbox.h"
-#include "quillon/topics.h"
+#include "quillon/topic_table.h"
 
 #include <atomic>
 #include <cstdint>

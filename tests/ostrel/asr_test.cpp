@@ -1,4 +1,4 @@
-#include "tests/ostrel/commands.h"
+#include "tests/ostrel/spoken_commands.h"
 
 #include <thread>
 

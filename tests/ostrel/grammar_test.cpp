@@ -2,7 +2,7 @@
 #include "ostrel/grammar.h"
 
 #include "ostrel/model_files.h"
-#include "tests/ostrel/commands.h"
+#include "tests/ostrel/spoken_commands.h"
 #include "tests/support/folder.h"
 
 using namespace vantel::ostrel;

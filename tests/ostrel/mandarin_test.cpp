@@ -4,8 +4,8 @@
 #include "ostrel/jsgf_matcher.h"
 #include "ostrel/library.h"
 #include "ostrel/pronounce.h"
-#include "tests/ostrel/commands.h"
 #include "tests/ostrel/recordings.h"
+#include "tests/ostrel/spoken_commands.h"
 #include "tests/support/pcm.h"
 #include "tools/read_file.h"
 

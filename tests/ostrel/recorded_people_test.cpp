@@ -1,6 +1,6 @@
 // What the recogniser says of recorded people. The values are those of the Linux build; every other
 // system has to say the same.
-#include "tests/ostrel/commands.h"
+#include "tests/ostrel/spoken_commands.h"
 
 #include <ostream>
 

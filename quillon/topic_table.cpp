@@ -1,4 +1,4 @@
-#include "quillon/topics.h"
+#include "quillon/topic_table.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,4 +1,4 @@
-#include "bench/signal.h"
+#include "bench/samples.h"
 
 #include <cstring>
 #include <fstream>
