@@ -1,11 +1,11 @@
 #include "ostrel/library.h"
 
 #include "contracts/ostrel.h"
-#include "ostrel/grammar.h"
-#include "ostrel/mandarin.h"
+#include "ostrel/grammar/grammar.h"
 #include "ostrel/no_throw.h"
-#include "ostrel/transcriber.h"
-#include "ostrel/vad_detector.h"
+#include "ostrel/runtime/transcriber.h"
+#include "ostrel/vad/vad_detectors.h"
+#include "ostrel/words/mandarin.h"
 #include "platform/platform.h"
 
 #include <algorithm>

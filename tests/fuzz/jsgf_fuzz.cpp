@@ -1,7 +1,7 @@
 // Any text as a grammar: the reader, the network and the matcher must come to an end, within their
 // bounds, and a fault must have a place.
-#include "ostrel/grammar_network.h"
-#include "ostrel/jsgf_matcher.h"
+#include "ostrel/grammar/grammar_network.h"
+#include "ostrel/grammar/jsgf_matcher.h"
 
 #include <cstdlib>
 

@@ -1,5 +1,5 @@
 // Grammars through the C interface: what is compiled, what is refused and logged.
-#include "ostrel/grammar.h"
+#include "ostrel/grammar/grammar.h"
 
 #include "ostrel/model_files.h"
 #include "tests/ostrel/spoken_commands.h"

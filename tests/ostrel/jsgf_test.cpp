@@ -1,6 +1,6 @@
 // Grammars as texts: their faults, and what words mean by their tags.
-#include "ostrel/grammar_network.h"
-#include "ostrel/jsgf_matcher.h"
+#include "ostrel/grammar/grammar_network.h"
+#include "ostrel/grammar/jsgf_matcher.h"
 
 #include <gtest/gtest.h>
 #include <sstream>

@@ -1,9 +1,9 @@
 // Chinese words: how they are read and spoken, and a home commanded through the whole library.
-#include "ostrel/mandarin.h"
+#include "ostrel/words/mandarin.h"
 
-#include "ostrel/jsgf_matcher.h"
+#include "ostrel/grammar/jsgf_matcher.h"
 #include "ostrel/library.h"
-#include "ostrel/pronounce.h"
+#include "ostrel/words/pronounce.h"
 #include "tests/ostrel/recordings.h"
 #include "tests/ostrel/spoken_commands.h"
 #include "tests/support/pcm.h"

@@ -1,5 +1,5 @@
 // Free speech to text: the model over recordings, and its tokens to text to words.
-#include "ostrel/transcriber.h"
+#include "ostrel/runtime/transcriber.h"
 
 #include "tests/ostrel/recordings.h"
 

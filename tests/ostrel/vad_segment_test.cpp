@@ -1,5 +1,5 @@
 // Frames to utterances, over figures in place of a detector.
-#include "ostrel/vad_segment.h"
+#include "ostrel/vad/vad_segment.h"
 
 #include <gtest/gtest.h>
 #include <sstream>

@@ -1,0 +1,37 @@
+# What the engine reads at run time: models and the inference runtime. They are fetched into a folder
+# that all build folders of a source tree share; the engine works without them, less well.
+#
+#   VANTEL_ONNX_RUNTIME  the runtime's file below a resource folder
+#   build_resources      the folder that a build of this system reads, besides those of an installation
+set(VANTEL_CACHE ${PROJECT_SOURCE_DIR}/build/cache CACHE PATH "Folder of fetched models")
+option(VANTEL_FETCH "Fetch the models that are missing" ON)
+if(WIN32)
+    set(onnx_system win32-x64)
+    set(VANTEL_ONNX_RUNTIME ${onnx_system}/onnxruntime.dll)
+else()
+    set(onnx_system linux-x64)
+    set(VANTEL_ONNX_RUNTIME ${onnx_system}/libonnxruntime.so.1)
+endif()
+if(VANTEL_FETCH)
+    execute_process(COMMAND ${CMAKE_COMMAND} -DCACHE=${VANTEL_CACHE} -DSYSTEM=${onnx_system}
+                            -P ${CMAKE_CURRENT_LIST_DIR}/fetch_models.cmake)
+endif()
+execute_process(COMMAND ${CMAKE_COMMAND} -DCACHE=${VANTEL_CACHE}
+                        -P ${CMAKE_CURRENT_LIST_DIR}/make_pinyin.cmake)
+configure_file(ostrel/data/mandarin_phones.txt ${VANTEL_CACHE}/share/mandarin/phones.txt COPYONLY)
+set(build_resources ${VANTEL_CACHE}/share)
+if(CMAKE_CROSSCOMPILING)
+    # Libraries that travel name no folder of this machine: in the build, too, the files lie where
+    # an installation has them.
+    set(build_resources "")
+    file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/share/vantel)
+    file(GLOB resources ${VANTEL_CACHE}/share/*)
+    foreach(resource IN LISTS resources)
+        cmake_path(GET resource FILENAME name)
+        file(CREATE_LINK ${resource} ${PROJECT_BINARY_DIR}/share/vantel/${name} SYMBOLIC)
+    endforeach()
+endif()
+install(DIRECTORY ${VANTEL_CACHE}/share/ DESTINATION ${CMAKE_INSTALL_DATADIR}/vantel OPTIONAL
+        PATTERN "*-x64" EXCLUDE)
+install(FILES ${VANTEL_CACHE}/share/${VANTEL_ONNX_RUNTIME} OPTIONAL
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/vantel/${onnx_system})
