@@ -12,6 +12,11 @@ build_packages=(
 )
 run_packages=(pocketsphinx-testdata)
 bench_packages=(libzmq3-dev cppzmq-dev libspdlog-dev)
+# Recordings for bench/accuracy.sh and bench/mandarin.sh.
+accuracy_packages=(
+    ffmpeg:ffmpeg pocketsphinx-testdata alsa-utils ktuberling-data hedgewars-data
+    asterisk-core-sounds-en-g722 espeak-ng:espeak-ng gcin-voice
+)
 test_packages=(libgtest-dev libgmock-dev pocketsphinx-testdata espeak-ng)
 windows_packages=(
     g++-mingw-w64-x86-64-posix cmake:cmake ninja:ninja-build pkg-config:pkg-config
