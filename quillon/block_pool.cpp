@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <new>
 
-namespace vantel
+namespace vantel::quillon
 {
 namespace
 {
@@ -90,4 +90,4 @@ void BlockPool::release(void *memory)
                                              std::memory_order_relaxed));
 }
 
-} // namespace vantel
+} // namespace vantel::quillon

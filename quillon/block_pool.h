@@ -8,7 +8,7 @@
 #include <atomic>
 #include <cstddef>
 
-namespace vantel
+namespace vantel::quillon
 {
 
 class BlockPool
@@ -45,4 +45,4 @@ private:
     std::array<Shelf, kShelves> shelves_;
 };
 
-} // namespace vantel
+} // namespace vantel::quillon

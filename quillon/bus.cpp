@@ -11,7 +11,7 @@
 
 #define BUS_LOG(bus, level, ...) QUILLON_LOG("quillon/bus", bus, level, __VA_ARGS__)
 
-namespace vantel
+namespace vantel::quillon
 {
 namespace
 {
@@ -109,4 +109,4 @@ void busClockAdvance(Bus *bus, int32_t milliseconds)
         node->inbox.nudge();
 }
 
-} // namespace vantel
+} // namespace vantel::quillon

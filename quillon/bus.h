@@ -16,7 +16,7 @@
 #include <string>
 #include <string_view>
 
-namespace vantel
+namespace vantel::quillon
 {
 
 struct Node;
@@ -59,4 +59,4 @@ void busClockAdvance(Bus *bus, int32_t milliseconds);
 
 constexpr int64_t kNanosecondsPerMillisecond = 1000000;
 
-} // namespace vantel
+} // namespace vantel::quillon

@@ -10,10 +10,10 @@
             ::vantel::lineLogPrint(&(bus)->log, level, source, __LINE__, __VA_ARGS__);             \
     } while (false)
 
-namespace vantel
+namespace vantel::quillon
 {
 
 // The first argument of every line.
 constexpr char kBusTag[] = "quillon";
 
-} // namespace vantel
+} // namespace vantel::quillon

@@ -11,7 +11,7 @@
 
 #define CALL_LOG(bus, level, ...) QUILLON_LOG("quillon/call", bus, level, __VA_ARGS__)
 
-namespace vantel
+namespace vantel::quillon
 {
 namespace
 {
@@ -218,4 +218,4 @@ void callForget(Node *node)
     }
 }
 
-} // namespace vantel
+} // namespace vantel::quillon

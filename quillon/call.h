@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <string>
 
-namespace vantel
+namespace vantel::quillon
 {
 
 struct Node;
@@ -62,4 +62,4 @@ void callReleaseWaiting(Node *node);
 // Makes the calls that are still linked to the node, which is about to be freed, forget it.
 void callForget(Node *node);
 
-} // namespace vantel
+} // namespace vantel::quillon

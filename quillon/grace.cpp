@@ -3,7 +3,7 @@
 #include <chrono>
 #include <thread>
 
-namespace vantel
+namespace vantel::quillon
 {
 namespace
 {
@@ -38,4 +38,4 @@ void Grace::wait()
     waitForPhase();
 }
 
-} // namespace vantel
+} // namespace vantel::quillon

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <mutex>
 
-namespace vantel
+namespace vantel::quillon
 {
 
 class Grace
@@ -50,4 +50,4 @@ private:
     std::mutex mutex_; // one waiter at a time
 };
 
-} // namespace vantel
+} // namespace vantel::quillon

@@ -1,6 +1,6 @@
 #include "quillon/inbox.h"
 
-namespace vantel
+namespace vantel::quillon
 {
 
 Item Inbox::states[2];
@@ -88,4 +88,4 @@ void Inbox::nap(int64_t nanoseconds)
     isNapping_ = false;
 }
 
-} // namespace vantel
+} // namespace vantel::quillon

@@ -10,7 +10,7 @@
 #include <atomic>
 #include <cstdint>
 
-namespace vantel
+namespace vantel::quillon
 {
 
 enum class ItemKind : uint32_t { message, call };
@@ -68,4 +68,4 @@ private:
     PlatformSignal signal_ = platformSignalCreate();
 };
 
-} // namespace vantel
+} // namespace vantel::quillon

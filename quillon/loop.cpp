@@ -9,7 +9,7 @@
 
 #define LOOP_LOG(bus, level, ...) QUILLON_LOG("quillon/loop", bus, level, __VA_ARGS__)
 
-namespace vantel
+namespace vantel::quillon
 {
 namespace
 {
@@ -181,4 +181,4 @@ void loopRelease(Item *items)
     }
 }
 
-} // namespace vantel
+} // namespace vantel::quillon

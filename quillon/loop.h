@@ -6,7 +6,7 @@
 #include <atomic>
 #include <cstdint>
 
-namespace vantel
+namespace vantel::quillon
 {
 
 struct Node;
@@ -39,4 +39,4 @@ void loopRun(Node *node);
 // Frees items that are not handled any more, linked by `next`.
 void loopRelease(Item *items);
 
-} // namespace vantel
+} // namespace vantel::quillon

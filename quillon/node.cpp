@@ -11,7 +11,7 @@
 
 #define NODE_LOG(bus, level, ...) QUILLON_LOG("quillon/node", bus, level, __VA_ARGS__)
 
-namespace vantel
+namespace vantel::quillon
 {
 namespace
 {
@@ -168,4 +168,4 @@ int32_t nodeSubscribe(Node *node, const char *topicsJsonArray)
     return 0;
 }
 
-} // namespace vantel
+} // namespace vantel::quillon

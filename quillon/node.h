@@ -12,7 +12,7 @@
 #include <atomic>
 #include <string>
 
-namespace vantel
+namespace vantel::quillon
 {
 
 struct Node {
@@ -70,4 +70,4 @@ int32_t nodeSubscribe(Node *node, const char *topicsJsonArray);
 Node *nodeOfThread();
 bool nodeRunsOnThisThread(const Node *node);
 
-} // namespace vantel
+} // namespace vantel::quillon

@@ -3,7 +3,7 @@
 #include <cstring>
 #include <new>
 
-namespace vantel
+namespace vantel::quillon
 {
 
 // The items follow the head without a gap.
@@ -33,4 +33,4 @@ void publicationRelease(Publication *publication, uint32_t references)
         BlockPool::release(publication);
 }
 
-} // namespace vantel
+} // namespace vantel::quillon

@@ -8,7 +8,7 @@
 #include <atomic>
 #include <cstdint>
 
-namespace vantel
+namespace vantel::quillon
 {
 
 // The block goes on behind this head: one Item for each delivery, then the payload and its zero
@@ -33,4 +33,4 @@ inline Publication *publicationOf(Item *delivery)
     return reinterpret_cast<Publication *>(delivery - delivery->index) - 1;
 }
 
-} // namespace vantel
+} // namespace vantel::quillon

@@ -6,7 +6,7 @@
 
 #define PUBLISH_LOG(bus, level, ...) QUILLON_LOG("quillon/publish", bus, level, __VA_ARGS__)
 
-namespace vantel
+namespace vantel::quillon
 {
 namespace
 {
@@ -46,4 +46,4 @@ int32_t publish(Node *publisher, const char *topicName, const void *data, uint32
     return 0;
 }
 
-} // namespace vantel
+} // namespace vantel::quillon

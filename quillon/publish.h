@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-namespace vantel
+namespace vantel::quillon
 {
 
 struct Node;
@@ -11,4 +11,4 @@ struct Node;
 // 0, also when nobody has subscribed; -1 when there is no memory.
 int32_t publish(Node *publisher, const char *topic, const void *data, uint32_t length);
 
-} // namespace vantel
+} // namespace vantel::quillon

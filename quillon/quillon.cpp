@@ -11,6 +11,7 @@
 #define EDGE_LOG(bus, level, ...) QUILLON_LOG("quillon/quillon", bus, level, __VA_ARGS__)
 
 using namespace vantel;
+using namespace vantel::quillon;
 
 namespace
 {

@@ -1,6 +1,6 @@
 #include "quillon/timers.h"
 
-namespace vantel
+namespace vantel::quillon
 {
 
 // Ids run through all positive numbers before one comes again, so a late kill with an old id hits
@@ -58,4 +58,4 @@ int64_t Timers::earliestNs() const
     return byDeadline_.empty() ? kNever : byDeadline_.begin()->first.first;
 }
 
-} // namespace vantel
+} // namespace vantel::quillon

@@ -10,7 +10,7 @@
 #include <mutex>
 #include <unordered_map>
 
-namespace vantel
+namespace vantel::quillon
 {
 
 struct Timer {
@@ -55,4 +55,4 @@ private:
     int32_t lastId_ = 0;
 };
 
-} // namespace vantel
+} // namespace vantel::quillon

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-namespace vantel
+namespace vantel::quillon
 {
 namespace
 {
@@ -142,4 +142,4 @@ void Topics::unsubscribeAll(const Node *node)
     }
 }
 
-} // namespace vantel
+} // namespace vantel::quillon

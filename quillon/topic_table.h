@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-namespace vantel
+namespace vantel::quillon
 {
 
 struct Node;
@@ -72,4 +72,4 @@ private:
     std::vector<std::unique_ptr<Topic>> topics_;
 };
 
-} // namespace vantel
+} // namespace vantel::quillon

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <iterator>
 
-namespace vantel
+namespace vantel::dms
 {
 namespace
 {
@@ -71,4 +71,4 @@ std::string buildAsrEnv(const cJSON *env)
     return text + R"("})";
 }
 
-} // namespace vantel
+} // namespace vantel::dms

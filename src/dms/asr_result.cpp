@@ -11,7 +11,7 @@
 #include <cstring>
 #include <vector>
 
-namespace vantel
+namespace vantel::dms
 {
 namespace
 {
@@ -188,4 +188,4 @@ int32_t parseAsrResult(const DmsRecord *record, const cJSON *result, cJSON *outp
     return 0;
 }
 
-} // namespace vantel
+} // namespace vantel::dms

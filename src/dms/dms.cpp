@@ -6,7 +6,7 @@
 
 #include <new>
 
-namespace vantel
+namespace vantel::dms
 {
 namespace
 {
@@ -78,4 +78,4 @@ int32_t _dmsDelete(DmsRecord *record)
     return 0;
 }
 
-} // namespace vantel
+} // namespace vantel::dms

@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-namespace vantel
+namespace vantel::dms
 {
 
 // Null only when allocation fails. `configuration` is the instance's JSON text or null; it is
@@ -24,4 +24,4 @@ int32_t ldmExit(DmsRecord *record);
 // Frees the record; after dmsStop, or when it never started. Null does nothing.
 int32_t _dmsDelete(DmsRecord *record);
 
-} // namespace vantel
+} // namespace vantel::dms

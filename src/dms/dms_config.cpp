@@ -1,7 +1,7 @@
 #include "src/dms/dms_record.h"
 #include "tools/quenda_tool.h"
 
-namespace vantel
+namespace vantel::dms
 {
 namespace
 {
@@ -75,4 +75,4 @@ void dmsConfigure(DmsRecord *record, const char *configuration)
     _dmsNew(record, grammarText.get(), recogniserText.get());
 }
 
-} // namespace vantel
+} // namespace vantel::dms

@@ -6,7 +6,7 @@
 
 #include <cstring>
 
-namespace vantel
+namespace vantel::dms
 {
 namespace
 {
@@ -175,4 +175,4 @@ char *dmsOnCall(void *user, void *, const char *path, const char *data)
     return reply.release();
 }
 
-} // namespace vantel
+} // namespace vantel::dms

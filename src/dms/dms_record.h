@@ -24,7 +24,7 @@
 #define DMS_LOG(level, ...) VANTEL_LOG(kDmsLog.source, level, __VA_ARGS__)
 #define LDM_LOG(level, ...) VANTEL_LOG("src/dms/ldm", level, __VA_ARGS__)
 
-namespace vantel
+namespace vantel::dms
 {
 
 constexpr char kDmsTag[] = "ZQ-localDms";
@@ -107,4 +107,4 @@ constexpr int32_t kAsrNoText = -2;
 int32_t parseAsrResult(const DmsRecord *record, const cJSON *result, cJSON *output,
                        HeapText *decision, const char *label);
 
-} // namespace vantel
+} // namespace vantel::dms

@@ -1,7 +1,7 @@
 // The local recogniser and the grammar that is compiled for it.
 #include "src/dms/dms_record.h"
 
-namespace vantel
+namespace vantel::dms
 {
 namespace
 {
@@ -102,4 +102,4 @@ int32_t ldmExit(DmsRecord *record)
     return result;
 }
 
-} // namespace vantel
+} // namespace vantel::dms

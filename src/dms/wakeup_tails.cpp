@@ -8,7 +8,7 @@
 #include <cstring>
 #include <vector>
 
-namespace vantel
+namespace vantel::dms
 {
 namespace
 {
@@ -108,4 +108,4 @@ std::string_view withoutWakeupTail(std::string_view text, std::string_view tails
     return text.substr(longest);
 }
 
-} // namespace vantel
+} // namespace vantel::dms

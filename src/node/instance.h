@@ -5,14 +5,24 @@
 
 #include <cstdint>
 
+namespace vantel::processor
+{
+struct ProcessorRecord;
+}
+namespace vantel::vad
+{
+struct VadRecord;
+}
+namespace vantel::dms
+{
+struct DmsRecord;
+}
+
 namespace vantel
 {
 
 struct ServerRunner;
 struct AgentRecord;
-struct ProcessorRecord;
-struct VadRecord;
-struct DmsRecord;
 
 // An answer is null or a malloc'ed text, which the library frees.
 using HostCallback = char *(*)(void *user, const void *data, uint32_t length, int32_t type,
@@ -27,9 +37,9 @@ constexpr int32_t kTypeDeviceInfo = 103;
 struct NodeTable {
     ServerRunner *server = nullptr;
     AgentRecord *agent = nullptr;
-    ProcessorRecord *processor = nullptr;
-    VadRecord *vad = nullptr;
-    DmsRecord *dms = nullptr;
+    processor::ProcessorRecord *processor = nullptr;
+    vad::VadRecord *vad = nullptr;
+    dms::DmsRecord *dms = nullptr;
 };
 
 // Constant once the constructing function has filled it, except by vantelDelete. The order of the

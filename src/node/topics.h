@@ -1,4 +1,5 @@
-// Topics and call paths that more than one node names.
+// Topics that are published here: between the nodes of an instance, and to other members of the
+// bus.
 #pragma once
 
 namespace vantel::topics
@@ -50,5 +51,15 @@ constexpr char kVadBegin[] = "sys.localVad.begin";
 constexpr char kVadEnd[] = "sys.localVad.end";
 constexpr char kVadPcm[] = "sys.localVad.pcm";
 constexpr char kWakeupResult[] = "sys.localWakeup.result";
+
+// Published by the processor, which hears them again.
+constexpr char kAsrResult[] = "sys.asr.result";
+constexpr char kCommandApi[] = "sys.localDms.commandApi";
+constexpr char kDmsOutput[] = "sys.dms.output";
+constexpr char kPlayerCtrl[] = "sys.localPlayer.ctrl";
+constexpr char kRecorderCtrl[] = "sys.localRecorder.ctrl";
+constexpr char kTtsBegin[] = "sys.localTts.begin";
+constexpr char kTtsEnd[] = "sys.localTts.end";
+constexpr char kTtsPcm[] = "sys.localTts.pcm";
 
 } // namespace vantel::topics

@@ -5,7 +5,7 @@
 #include <memory>
 #include <new>
 
-namespace vantel
+namespace vantel::processor
 {
 namespace
 {
@@ -46,4 +46,4 @@ int32_t processorDelete(ProcessorRecord *record)
     return 0;
 }
 
-} // namespace vantel
+} // namespace vantel::processor

@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-namespace vantel
+namespace vantel::processor
 {
 
 // Null only when allocation fails. `configuration` is the instance's JSON text or null; it is
@@ -21,4 +21,4 @@ int32_t processorStop(ProcessorRecord *record);
 // Frees the record; after processorStop, or when it never started. Null does nothing.
 int32_t processorDelete(ProcessorRecord *record);
 
-} // namespace vantel
+} // namespace vantel::processor

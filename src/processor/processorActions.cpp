@@ -1,4 +1,3 @@
-#include "src/node/topics.h"
 #include "src/processor/processorRecord.h"
 #include "tools/json.h"
 #include "tools/quenda_tool.h"
@@ -7,7 +6,7 @@
 #include <cstring>
 #include <iterator>
 
-namespace vantel
+namespace vantel::processor
 {
 namespace
 {
@@ -233,4 +232,4 @@ char *processorOnCall(void *user, void *, const char *path, const char *data)
     return reply.release();
 }
 
-} // namespace vantel
+} // namespace vantel::processor

@@ -2,7 +2,7 @@
 #include "tools/json.h"
 #include "tools/quenda_tool.h"
 
-namespace vantel
+namespace vantel::processor
 {
 namespace
 {
@@ -94,4 +94,4 @@ void readConfiguration(ProcessorRecord *record, const char *configuration)
                   record->keepAliveTimeout);
 }
 
-} // namespace vantel
+} // namespace vantel::processor

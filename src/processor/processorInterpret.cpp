@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <iterator>
 
-namespace vantel
+namespace vantel::processor
 {
 namespace
 {
@@ -207,4 +207,4 @@ int32_t _consoleParseEvent(ProcessorRecord *record, const char *text, EventKind 
     return 0;
 }
 
-} // namespace vantel
+} // namespace vantel::processor

@@ -8,6 +8,7 @@
 #include "src/node/node_log.h"
 #include "src/node/node_loop.h"
 #include "src/node/publish_text.h"
+#include "src/node/topics.h"
 #include "src/processor/processor.h"
 #include "tools/heap_text.h"
 #include "tools/log.h"
@@ -19,7 +20,7 @@
 
 #define PROCESSOR_LOG(level, ...) VANTEL_LOG(kProcessorLog.source, level, __VA_ARGS__)
 
-namespace vantel
+namespace vantel::processor
 {
 
 constexpr char kProcessorTag[] = "ZQ-localProcessor";
@@ -88,19 +89,6 @@ inline bool isFullDuplex(const ProcessorRecord *record)
 {
     return hasFlag(record, kFullDuplex);
 }
-
-// Topics that the processor publishes and hears again.
-namespace topics
-{
-constexpr char kAsrResult[] = "sys.asr.result";
-constexpr char kCommandApi[] = "sys.localDms.commandApi";
-constexpr char kDmsOutput[] = "sys.dms.output";
-constexpr char kPlayerCtrl[] = "sys.localPlayer.ctrl";
-constexpr char kRecorderCtrl[] = "sys.localRecorder.ctrl";
-constexpr char kTtsBegin[] = "sys.localTts.begin";
-constexpr char kTtsEnd[] = "sys.localTts.end";
-constexpr char kTtsPcm[] = "sys.localTts.pcm";
-} // namespace topics
 
 constexpr char kOperationStart[] = R"({"operation":"start"})";
 constexpr char kOperationStop[] = R"({"operation":"stop"})";
@@ -253,4 +241,4 @@ void onNetStatus(ProcessorRecord *record, const Message &message);
 void onAuthResult(ProcessorRecord *record, const Message &message);
 void onPcm(ProcessorRecord *record, const Message &message);
 
-} // namespace vantel
+} // namespace vantel::processor

@@ -1,9 +1,8 @@
-#include "src/node/topics.h"
 #include "src/processor/processorRecord.h"
 #include "tools/json.h"
 #include "tools/quenda_tool.h"
 
-namespace vantel
+namespace vantel::processor
 {
 namespace
 {
@@ -230,4 +229,4 @@ void onAgentExit(ProcessorRecord *record, const Message &)
     quillon_node_stop(record->node);
 }
 
-} // namespace vantel
+} // namespace vantel::processor

@@ -1,9 +1,8 @@
 #include "src/agent/error_report.h"
-#include "src/node/topics.h"
 #include "src/processor/processorRecord.h"
 #include "tools/json.h"
 
-namespace vantel
+namespace vantel::processor
 {
 namespace
 {
@@ -138,4 +137,4 @@ void onPcm(ProcessorRecord *record, const Message &message)
     forward(record, "sys.localDms.pcm", message);
 }
 
-} // namespace vantel
+} // namespace vantel::processor

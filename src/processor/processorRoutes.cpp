@@ -1,4 +1,3 @@
-#include "src/node/topics.h"
 #include "src/processor/processorRecord.h"
 #include "tools/json.h"
 
@@ -7,7 +6,7 @@
 #include <iterator>
 #include <string_view>
 
-namespace vantel
+namespace vantel::processor
 {
 namespace
 {
@@ -274,4 +273,4 @@ bool asksToIgnore(const char *answer)
     return ignore && std::string_view(ignore).starts_with("true");
 }
 
-} // namespace vantel
+} // namespace vantel::processor

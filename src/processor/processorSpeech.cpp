@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-namespace vantel
+namespace vantel::processor
 {
 namespace
 {
@@ -138,4 +138,4 @@ void onPlayerWait(ProcessorRecord *record, const Message &message)
     restartWakeup(record);
 }
 
-} // namespace vantel
+} // namespace vantel::processor

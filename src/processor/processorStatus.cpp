@@ -1,7 +1,7 @@
 #include "src/processor/processorRecord.h"
 #include "tools/json.h"
 
-namespace vantel
+namespace vantel::processor
 {
 namespace
 {
@@ -63,4 +63,4 @@ void changeStatus(ProcessorRecord *record, DialogStatus status)
     if (record->status != status) _updateDmsStatus(record, status);
 }
 
-} // namespace vantel
+} // namespace vantel::processor

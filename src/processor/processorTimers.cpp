@@ -1,5 +1,4 @@
 #include "src/agent/error_report.h"
-#include "src/node/topics.h"
 #include "src/processor/processorRecord.h"
 #include "tools/json.h"
 
@@ -7,7 +6,7 @@
 #include <iterator>
 #include <utility>
 
-namespace vantel
+namespace vantel::processor
 {
 namespace
 {
@@ -165,4 +164,4 @@ void _killAllTimer(ProcessorRecord *record)
     record->oneshotText.reset();
 }
 
-} // namespace vantel
+} // namespace vantel::processor

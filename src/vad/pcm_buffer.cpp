@@ -6,7 +6,7 @@
 #include <cstring>
 #include <new>
 
-namespace vantel
+namespace vantel::vad
 {
 namespace
 {
@@ -104,4 +104,4 @@ void oneshotAdd(OneshotBuffer *buffer, const void *bytes, int32_t count)
     buffer->length += count;
 }
 
-} // namespace vantel
+} // namespace vantel::vad

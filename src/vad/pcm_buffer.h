@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <memory>
 
-namespace vantel
+namespace vantel::vad
 {
 
 using PcmBytes = std::unique_ptr<unsigned char, HeapFree>;
@@ -55,4 +55,4 @@ std::unique_ptr<OneshotBuffer> oneshotNew(int32_t capacity);
 // Adds `count` bytes; the oldest give way.
 void oneshotAdd(OneshotBuffer *buffer, const void *bytes, int32_t count);
 
-} // namespace vantel
+} // namespace vantel::vad

@@ -8,7 +8,7 @@
 
 #include <new>
 
-namespace vantel
+namespace vantel::vad
 {
 namespace
 {
@@ -169,4 +169,4 @@ void killVadTimer(VadRecord *record)
     record->timerId = kNoTimer;
 }
 
-} // namespace vantel
+} // namespace vantel::vad

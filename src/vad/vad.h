@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-namespace vantel
+namespace vantel::vad
 {
 
 // Null only when allocation fails. `configuration` is the instance's JSON text or null; it is
@@ -21,4 +21,4 @@ int32_t vadStop(VadRecord *record);
 // Frees the detector and the record; after vadStop, or when it never started. Null does nothing.
 int32_t _vadDelete(VadRecord *record);
 
-} // namespace vantel
+} // namespace vantel::vad

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace vantel
+namespace vantel::vad
 {
 namespace
 {
@@ -77,4 +77,4 @@ void retsetVoice(VadRecord *record)
     reset(&record->voice, kVoice);
 }
 
-} // namespace vantel
+} // namespace vantel::vad

@@ -2,7 +2,7 @@
 
 #include <iterator>
 
-namespace vantel
+namespace vantel::vad
 {
 namespace
 {
@@ -60,4 +60,4 @@ void _writeCacheVadFileName(VadRecord *record, const void *bytes, int32_t count,
     appendCapture(kVadCaptures, name, bytes, static_cast<uint32_t>(count));
 }
 
-} // namespace vantel
+} // namespace vantel::vad

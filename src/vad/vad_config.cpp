@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
-namespace vantel
+namespace vantel::vad
 {
 namespace
 {
@@ -92,4 +92,4 @@ void vadConfigure(VadRecord *record, const char *configuration)
     setUpCaptures(record, parsed.get());
 }
 
-} // namespace vantel
+} // namespace vantel::vad

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <string>
 
-namespace vantel
+namespace vantel::vad
 {
 namespace
 {
@@ -149,4 +149,4 @@ int32_t vadHandler(void *user, int32_t kind, const void *data, int32_t length)
     return 0;
 }
 
-} // namespace vantel
+} // namespace vantel::vad

@@ -7,7 +7,7 @@
 #include <climits>
 #include <cstring>
 
-namespace vantel
+namespace vantel::vad
 {
 namespace
 {
@@ -149,4 +149,4 @@ char *vadOnCall(void *user, void *, const char *path, const char *)
     return reply;
 }
 
-} // namespace vantel
+} // namespace vantel::vad

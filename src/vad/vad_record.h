@@ -23,7 +23,7 @@
 
 #define VAD_LOG(level, ...) VANTEL_LOG(kVadLog.source, level, __VA_ARGS__)
 
-namespace vantel
+namespace vantel::vad
 {
 
 constexpr char kVadTag[] = "ZQ-localVad";
@@ -135,4 +135,4 @@ void _createCacheVadFileName(VadRecord *record, int32_t kind);
 void _writeCacheVadFileName(VadRecord *record, const void *bytes, int32_t count,
                             VadCapture capture);
 
-} // namespace vantel
+} // namespace vantel::vad

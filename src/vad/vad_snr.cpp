@@ -7,7 +7,7 @@
 
 #include <cstring>
 
-namespace vantel
+namespace vantel::vad
 {
 namespace
 {
@@ -119,4 +119,4 @@ void vadSnrCalculation(VadRecord *record, const char *payload)
     }
 }
 
-} // namespace vantel
+} // namespace vantel::vad

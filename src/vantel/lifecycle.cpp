@@ -119,10 +119,10 @@ int32_t serverDelete(ServerRunner *server)
     return 0;
 }
 
-int32_t dmsDelete(DmsRecord *dms)
+int32_t deleteDms(dms::DmsRecord *record)
 {
-    ldmExit(dms);
-    return _dmsDelete(dms);
+    dms::ldmExit(record);
+    return dms::_dmsDelete(record);
 }
 
 // Puts the record into its slot and starts its loop. A record that could not be made, or that has
@@ -155,10 +155,10 @@ void buildNodes(Instance *instance, const char *configuration)
     fill(nodes->server, new (std::nothrow) ServerRunner{.thread = {}, .bus = bus}, serverStart,
          serverDelete);
     fill(nodes->agent, agentNew(bus, configuration, instance), agentStart, agentDelete);
-    fill(nodes->processor, processorNew(bus, configuration, instance), processorStart,
-         processorDelete);
-    fill(nodes->dms, dmsNew(bus, configuration, instance), dmsStart, dmsDelete);
-    fill(nodes->vad, vadNew(bus, configuration, instance), vadStart, _vadDelete);
+    fill(nodes->processor, processor::processorNew(bus, configuration, instance),
+         processor::processorStart, processor::processorDelete);
+    fill(nodes->dms, dms::dmsNew(bus, configuration, instance), dms::dmsStart, deleteDms);
+    fill(nodes->vad, vad::vadNew(bus, configuration, instance), vad::vadStart, vad::_vadDelete);
 }
 
 // The agent goes first, because its last message tells the others of the end.
@@ -166,9 +166,9 @@ void takeDownNodes(Instance *instance)
 {
     NodeTable *nodes = instance->nodes;
     empty(nodes->agent, agentStop, agentDelete);
-    empty(nodes->vad, vadStop, _vadDelete);
-    empty(nodes->dms, dmsStop, dmsDelete);
-    empty(nodes->processor, processorStop, processorDelete);
+    empty(nodes->vad, vad::vadStop, vad::_vadDelete);
+    empty(nodes->dms, dms::dmsStop, deleteDms);
+    empty(nodes->processor, processor::processorStop, processor::processorDelete);
     empty(nodes->server, serverStop, serverDelete);
     quillon_bus_delete(instance->bus);
     instance->bus = nullptr;

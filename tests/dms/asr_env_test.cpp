@@ -30,8 +30,8 @@ const EnvCase kCases[] = {
 TEST(AsrEnv, WritesEachKindOfMemberDepthFirst)
 {
     for (const EnvCase &one : kCases)
-        EXPECT_EQ(vantel::buildAsrEnv(vantel::jsonParse(one.env).get()), one.text) << one.env;
-    std::string largest = vantel::buildAsrEnv(vantel::jsonParse("[1e308]").get());
+        EXPECT_EQ(vantel::dms::buildAsrEnv(vantel::jsonParse(one.env).get()), one.text) << one.env;
+    std::string largest = vantel::dms::buildAsrEnv(vantel::jsonParse("[1e308]").get());
     EXPECT_EQ(largest.size(), sizeof(R"({"env":"=.000000;"})") - 1 + 309);
 }
 

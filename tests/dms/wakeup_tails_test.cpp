@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 using namespace vantel;
+using namespace vantel::dms;
 
 namespace
 {

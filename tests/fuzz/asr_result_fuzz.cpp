@@ -7,6 +7,7 @@
 #include <vector>
 
 using namespace vantel;
+using namespace vantel::dms;
 
 namespace
 {

@@ -3,6 +3,7 @@
 #include "tests/processor/dialog_texts.h"
 
 using namespace vantel;
+using namespace vantel::processor;
 
 namespace
 {
@@ -50,7 +51,7 @@ TEST_F(Configuration, EveryOptionIsReadAndLoggedInItsOrder)
                "[I]dm timeout is: 5000", "[I]keepAlive timeout is: 7000"}));
     EXPECT_EQ(durations(), (std::vector{5000, 7000, 800, 700}));
     EXPECT_EQ(record->flags, kAsrResConfigured | kAsrDisableVad | kVadFullMode | kOneshotEnabled |
-                                 kStreamData | kVprDisableVad | vantel::kFullDuplex |
+                                 kStreamData | kVprDisableVad | vantel::processor::kFullDuplex |
                                  kCnttsPrivilege);
     EXPECT_EQ(record->greetImmediate, 1);
 }
@@ -66,7 +67,7 @@ TEST_F(Configuration, ValuesOfTheWrongKindLeaveSwitchesOffAndDurationsAtNothing)
     EXPECT_EQ(durations(), (std::vector{0, 0, 0, 0}));
     EXPECT_EQ(read(R"({"fullDuplex":"true","vad":{"fullMode":0}})")[2],
               "[E]enable fullDuplex, must use vad fullMode");
-    EXPECT_EQ(record->flags, uint32_t{vantel::kFullDuplex});
+    EXPECT_EQ(record->flags, uint32_t{vantel::processor::kFullDuplex});
 }
 
 } // namespace

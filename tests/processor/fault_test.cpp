@@ -41,7 +41,7 @@ protected:
 
     void sendOddPayloads()
     {
-        for (const char *topic : vantel::kProcessorNode.topics) {
+        for (const char *topic : vantel::processor::kProcessorNode.topics) {
             if (topic == std::string("sys.localAgent.exit")) continue;
             send(topic, std::nullopt);
             for (const std::string &payload : oddPayloads())

@@ -83,13 +83,14 @@ void Bench::beginNode(Node node, const char *configuration, Host host)
         nodes->agent = running(agentNew(bus, configuration, instance), agentStart);
         break;
     case Node::processor:
-        nodes->processor = running(processorNew(bus, configuration, instance), processorStart);
+        nodes->processor = running(processor::processorNew(bus, configuration, instance),
+                                   processor::processorStart);
         break;
     case Node::dms:
-        nodes->dms = running(dmsNew(bus, configuration, instance), dmsStart);
+        nodes->dms = running(dms::dmsNew(bus, configuration, instance), dms::dmsStart);
         break;
     case Node::vad:
-        nodes->vad = running(vadNew(bus, configuration, instance), vadStart);
+        nodes->vad = running(vad::vadNew(bus, configuration, instance), vad::vadStart);
         break;
     }
     handle = instance;

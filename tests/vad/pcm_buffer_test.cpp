@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 using namespace vantel;
+using namespace vantel::vad;
 
 namespace
 {
