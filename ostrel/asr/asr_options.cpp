@@ -25,11 +25,22 @@ double numberOr(const cJSON *object, const char *key, double fallback)
     return cJSON_IsNumber(member) ? member->valuedouble : fallback;
 }
 
-ConfidenceScale readScale(const cJSON *scale)
+// A number is what somebody sets who means the threshold, which is none of the engine's.
+std::optional<ConfidenceScale> readScale(const cJSON *configuration)
 {
-    return {numberOr(scale, "all", kScaleAlone.all), numberOr(scale, "words", kScaleAlone.words),
-            numberOr(scale, "agreement", kScaleAlone.agreement),
-            numberOr(scale, "offset", kScaleAlone.offset)};
+    if (jsonMember(configuration, "confidence"))
+        OPTIONS_LOG(kWarning, "  \"confidence\" is no setting of the recogniser: its scale is "
+                              "\"confidenceScale\", the threshold is set while it runs\n");
+    const cJSON *scale = jsonMember(configuration, "confidenceScale");
+    if (!scale) return std::nullopt;
+    if (!cJSON_IsObject(scale)) {
+        OPTIONS_LOG(kWarning, "  \"confidenceScale\" is no object, left as it is\n");
+        return std::nullopt;
+    }
+    return ConfidenceScale{numberOr(scale, "all", kScaleAlone.all),
+                           numberOr(scale, "words", kScaleAlone.words),
+                           numberOr(scale, "agreement", kScaleAlone.agreement),
+                           numberOr(scale, "offset", kScaleAlone.offset)};
 }
 
 struct NgramName {
@@ -107,8 +118,7 @@ bool readAsrOptions(const char *configuration, AsrOptions *options)
     options->acousticModel = textOr(root.get(), "hmm", modelFile(kDefaultAcousticModel));
     options->partials = !cJSON_IsFalse(jsonMember(root.get(), "partials"));
     options->limitMs = jsonInt(root.get(), "limit", options->limitMs);
-    if (const cJSON *scale = jsonObject(root.get(), "confidence"))
-        options->scale = readScale(scale);
+    options->scale = readScale(root.get());
     options->showFit = cJSON_IsTrue(jsonMember(root.get(), "showFit"));
     return readNgram(root.get(), &options->ngram);
 }

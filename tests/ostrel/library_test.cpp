@@ -2,6 +2,7 @@
 #include "ostrel/library.h"
 
 #include "contracts/ostrel.h"
+#include "ostrel/asr/asr_options.h"
 #include "tests/support/folder.h"
 
 #include <gtest/gtest.h>
@@ -43,6 +44,21 @@ TEST_F(Loading, BrokenConfigurationsAreRefusedAndTheCodeIsKept)
     EXPECT_EQ(library(), nullptr);
     EXPECT_EQ(load("\"level\":2"), 0);
     EXPECT_EQ(ostrel_library_opt(1, 0, 0), 0);
+}
+
+TEST_F(Loading, ThresholdInPlaceOfTheConfidenceScaleIsWarnedOf)
+{
+    AsrOptions options;
+    ASSERT_EQ(load("\"level\":3"), 0);
+    EXPECT_TRUE(readAsrOptions(R"({"confidenceScale":{"offset":1}})", &options));
+    EXPECT_EQ(options.scale->offset, 1);
+    EXPECT_FALSE(logHas("confidence"));
+    EXPECT_TRUE(readAsrOptions(R"({"confidence":0.6})", &options));
+    EXPECT_FALSE(options.scale);
+    EXPECT_TRUE(logHas("\"confidence\" is no setting"));
+    EXPECT_TRUE(readAsrOptions(R"({"confidenceScale":0.6})", &options));
+    EXPECT_FALSE(options.scale);
+    EXPECT_TRUE(logHas("\"confidenceScale\" is no object"));
 }
 
 TEST_F(Loading, FailedLoadLeavesAnEarlierOneInPlace)
