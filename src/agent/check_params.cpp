@@ -198,7 +198,7 @@ int32_t paramsError(const AgentRecord *agent, const char *pattern, const char *p
 {
     HeapText message = formatMessage(pattern, orNull(params));
     CHECK_LOG(kError, "  %s %s\n", kTag, orNull(message.get()));
-    HeapText report = errorReport(kErrParams, message.get());
+    HeapText report = errorReport(VANTEL_ERROR_PARAMS, message.get());
     if (agent && report) publishText(agent->node, topics::kError, report.get());
     return -1;
 }

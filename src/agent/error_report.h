@@ -1,6 +1,7 @@
 // The error reports of the whole library, as the host receives them.
 #pragma once
 
+#include "include/vantel/errors.h" // the codes
 #include "tools/heap_text.h"
 
 #include <cstdint>
@@ -10,24 +11,6 @@ namespace vantel
 {
 
 using ErrorCode = int32_t;
-
-// Codes that this library's own modules report; the table in error_report.cpp has them all.
-constexpr ErrorCode kErrLocalAsrConfidence = -7899;
-constexpr ErrorCode kErrAsrCore = -7898;
-constexpr ErrorCode kErrLocalAsrLimit = -7897;
-constexpr ErrorCode kErrLocalAsrNull = -7896;
-constexpr ErrorCode kErrDmNetworkTimeout = -7799;
-constexpr ErrorCode kErrSkillsTimeout = -7796;
-constexpr ErrorCode kErrNativeApiFeedback = -7795;
-constexpr ErrorCode kErrCloudAsrTimeout = -7794;
-constexpr ErrorCode kErrVadCore = -7399;
-constexpr ErrorCode kErrSnrConfidence = -7398;
-constexpr ErrorCode kErrSnrCore = -7397;
-constexpr ErrorCode kErrSnrNotVoice = -7395;
-constexpr ErrorCode kErrSnrNotSilence = -7394;
-constexpr ErrorCode kErrWakeupWords = -7288;
-constexpr ErrorCode kErrGramCore = -7199;
-constexpr ErrorCode kErrParams = -6899;
 
 // {"errId", "errMsg", "extra"}: the code, its message, and the extra text, when there is one, as
 // the JSON value that it begins with or else as a string. Empty only without memory. Any thread.

@@ -129,7 +129,8 @@ void publishFailure(DmsRecord *record, int32_t result)
         publishText(record->node, topics::kLocalDmResult, kKeepDialogOpen);
         return;
     }
-    publishError(record->node, result == kAsrNoText ? kErrLocalAsrNull : kErrLocalAsrConfidence);
+    publishError(record->node, result == kAsrNoText ? VANTEL_ERROR_LOCAL_ASR_NULL
+                                                    : VANTEL_ERROR_LOCAL_ASR_CONFIDENCE);
     record->retryCount = 0;
 }
 

@@ -26,7 +26,7 @@ Grammar makeGrammar(DmsRecord *record, const char *text)
     void *grammar = ostrel_gram_new(text);
     LDM_LOG(kInfo, "  %s, gram new gramcfg: %s, ret: %d\n", kLdmTag, text, grammar ? 0 : -1);
     if (!grammar) {
-        publishOrHoldError(record->node, &record->held, kErrGramCore);
+        publishOrHoldError(record->node, &record->held, VANTEL_ERROR_GRAM_CORE);
         return Grammar::missing;
     }
     return compileGrammar(grammar, text) == 0 ? Grammar::made : Grammar::notCompiled;
@@ -43,7 +43,7 @@ void makeRecogniser(DmsRecord *record, const char *text, Grammar grammar)
     if (record->recogniser) return;
     if (grammar != Grammar::made)
         LDM_LOG(kError, "  %s, asr new asrcfg: %s, ret: %d\n", kLdmTag, text, -1);
-    publishOrHoldError(record->node, &record->held, kErrAsrCore);
+    publishOrHoldError(record->node, &record->held, VANTEL_ERROR_ASR_CORE);
 }
 
 } // namespace
@@ -87,7 +87,7 @@ int32_t ldmFeed(DmsRecord *record, const void *pcm, int32_t bytes)
     int32_t result = recogniser ? ostrel_asr_feed(recogniser, pcm, bytes) : 0;
     if (result == OSTREL_LIMIT_EXCEEDED) {
         LDM_LOG(kError, "  %s asr feed, %d\n", kLdmTag, result);
-        publishError(record->node, kErrLocalAsrLimit);
+        publishError(record->node, VANTEL_ERROR_LOCAL_ASR_LIMIT);
     } else {
         LDM_LOG(kDebug, "  %s asr feed, %d\n", kLdmTag, result);
     }

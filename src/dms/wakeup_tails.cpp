@@ -80,7 +80,7 @@ void takeWakeupWord(DmsRecord *record, const char *word)
         record->subsets = tailsOf(word);
         return;
     }
-    publishOrHoldError(record->node, &record->held, kErrWakeupWords);
+    publishOrHoldError(record->node, &record->held, VANTEL_ERROR_WAKEUP_WORD_TAILS);
     DMS_LOG(kError, "  %s word must is chinese or config subsets\n", kDmsTag);
 }
 

@@ -1,6 +1,7 @@
 // The instance that a host's handle points to, and the way in which its nodes reach the host.
 #pragma once
 
+#include "include/vantel/vantel.h"
 #include "tools/heap_text.h"
 
 #include <cstdint>
@@ -23,15 +24,6 @@ namespace vantel
 
 struct ServerRunner;
 struct AgentRecord;
-
-// An answer is null or a malloc'ed text, which the library frees.
-using HostCallback = char *(*)(void *user, const void *data, uint32_t length, int32_t type,
-                               int32_t event);
-
-// Payload types of the host callback.
-constexpr int32_t kTypeJson = 101;
-constexpr int32_t kTypePcm = 102;
-constexpr int32_t kTypeDeviceInfo = 103;
 
 // Slots are null until filled; a part that could not be made leaves its slot null.
 struct NodeTable {

@@ -23,24 +23,44 @@ struct CodeRange {
     ErrorClass kind;
 };
 
+constexpr CodeRange only(int32_t code, ErrorClass kind)
+{
+    return {code, code, kind};
+}
+
 // Ascending; a code outside every range is unknown.
 constexpr CodeRange kCodeRanges[] = {
-    {-7999, -7998, ErrorClass::dialog}, {-7899, -7899, ErrorClass::quiet},
-    {-7898, -7897, ErrorClass::dialog}, {-7896, -7896, ErrorClass::quiet},
-    {-7799, -7798, ErrorClass::quiet},  {-7797, -7797, ErrorClass::dialog},
-    {-7796, -7796, ErrorClass::quiet},  {-7795, -7795, ErrorClass::dialog},
-    {-7794, -7794, ErrorClass::quiet},  {-7793, -7782, ErrorClass::dialog},
-    {-7780, -7780, ErrorClass::quiet},  {-7779, -7779, ErrorClass::dialog},
-    {-7778, -7778, ErrorClass::quiet},  {-7776, -7768, ErrorClass::dialog},
-    {-7763, -7763, ErrorClass::dialog}, {-7761, -7761, ErrorClass::dialog},
-    {-7759, -7759, ErrorClass::dialog}, {-7757, -7757, ErrorClass::dialog},
-    {-7754, -7739, ErrorClass::dialog}, {-7697, -7697, ErrorClass::dialog},
-    {-7696, -7695, ErrorClass::quiet},  {-7693, -7693, ErrorClass::quiet},
-    {-7599, -7598, ErrorClass::dialog}, {-7499, -7498, ErrorClass::quiet},
-    {-7497, -7497, ErrorClass::dialog}, {-7495, -7495, ErrorClass::dialog},
-    {-7399, -7394, ErrorClass::dialog}, {-7299, -7288, ErrorClass::dialog},
-    {-7099, -7078, ErrorClass::device}, {-6999, -6999, ErrorClass::dialog},
-    {-6899, -6899, ErrorClass::device},
+    {VANTEL_ERROR_ASR_NULL, VANTEL_ERROR_NLU_NULL, ErrorClass::dialog},
+    only(VANTEL_ERROR_LOCAL_ASR_CONFIDENCE, ErrorClass::quiet),
+    {VANTEL_ERROR_ASR_CORE, VANTEL_ERROR_LOCAL_ASR_LIMIT, ErrorClass::dialog},
+    only(VANTEL_ERROR_LOCAL_ASR_NULL, ErrorClass::quiet),
+    {VANTEL_ERROR_DM_TIMEOUT, VANTEL_ERROR_DM_UNREACHABLE, ErrorClass::quiet},
+    only(VANTEL_ERROR_CLOUD_ASR_CONFIDENCE, ErrorClass::dialog),
+    only(VANTEL_ERROR_SKILL_TIMEOUT, ErrorClass::quiet),
+    only(VANTEL_ERROR_NATIVE_API_UNANSWERED, ErrorClass::dialog),
+    only(VANTEL_ERROR_CLOUD_ASR_TIMEOUT, ErrorClass::quiet),
+    {VANTEL_ERROR_SKILL_SETTINGS_PARAMS, VANTEL_ERROR_TRIGGER_INTENT_PARAMS, ErrorClass::dialog},
+    only(VANTEL_ERROR_FULL_DUPLEX_DM_TIMEOUT, ErrorClass::quiet),
+    only(VANTEL_ERROR_DM_SERVER_ABORT, ErrorClass::dialog),
+    only(VANTEL_ERROR_USER_NETWORK_ABORT, ErrorClass::quiet),
+    {VANTEL_ERROR_VPR_REGISTER_UNREACHABLE, VANTEL_ERROR_VPR_VERIFY_TIMEOUT, ErrorClass::dialog},
+    only(VANTEL_ERROR_LASR_REALTIME_RESPONSE, ErrorClass::dialog),
+    only(VANTEL_ERROR_UNKNOWN_MODULE_RESPONSE, ErrorClass::dialog),
+    only(VANTEL_ERROR_CHAIN_RESPONSE_MEMBERS, ErrorClass::dialog),
+    only(VANTEL_ERROR_ASRPLUS_SERVER, ErrorClass::dialog),
+    {VANTEL_ERROR_VOCABS_UPDATE_TIMEOUT, VANTEL_ERROR_VPR_VERIFY_PROGRESS, ErrorClass::dialog},
+    only(VANTEL_ERROR_OAUTH_PARAMS, ErrorClass::dialog),
+    {VANTEL_ERROR_OAUTH_REFRESH_TOKEN, VANTEL_ERROR_OAUTH_NO_ACCESS_TOKEN, ErrorClass::quiet},
+    only(VANTEL_ERROR_OAUTH_TOKEN_EXPIRED, ErrorClass::quiet),
+    {VANTEL_ERROR_LOCAL_TTS_RESOURCE, VANTEL_ERROR_LOCAL_TTS_SSML, ErrorClass::dialog},
+    {VANTEL_ERROR_CLOUD_TTS_TIMEOUT, VANTEL_ERROR_CLOUD_TTS_UNREACHABLE, ErrorClass::quiet},
+    only(VANTEL_ERROR_CLOUD_TTS_USAGE, ErrorClass::dialog),
+    only(VANTEL_ERROR_CLOUD_TTS_VOICE_COPY, ErrorClass::dialog),
+    {VANTEL_ERROR_VAD_CORE, VANTEL_ERROR_SNR_NO_SILENCE, ErrorClass::dialog},
+    {VANTEL_ERROR_WAKEUP_CORE, VANTEL_ERROR_WAKEUP_WORD_TAILS, ErrorClass::dialog},
+    {VANTEL_ERROR_QX_DOWNLOAD, VANTEL_ERROR_QX_INFO, ErrorClass::device},
+    only(VANTEL_ERROR_AUDIO_DRIVER, ErrorClass::dialog),
+    only(VANTEL_ERROR_PARAMS, ErrorClass::device),
 };
 
 static_assert(std::ranges::is_sorted(kCodeRanges, {}, &CodeRange::last));

@@ -106,7 +106,7 @@ void onNativeApi(ProcessorRecord *record, const Message &message)
         publishText(record->node, topics::kNativeResponse, answer.get());
         return;
     }
-    const HeapText report = errorReport(kErrNativeApiFeedback, nullptr);
+    const HeapText report = errorReport(VANTEL_ERROR_NATIVE_API_UNANSWERED, nullptr);
     PROCESSOR_LOG(kWarning, "  %s %s\n", kProcessorTag, orNull(report.get()));
 }
 

@@ -14,15 +14,15 @@ namespace
 void dmExpired(ProcessorRecord *record)
 {
     record->dmTimerId = kNoTimer;
-    publishError(record->node,
-                 hasFlag(record, kAsrResConfigured) ? kErrCloudAsrTimeout : kErrDmNetworkTimeout);
+    publishError(record->node, hasFlag(record, kAsrResConfigured) ? VANTEL_ERROR_CLOUD_ASR_TIMEOUT
+                                                                  : VANTEL_ERROR_DM_TIMEOUT);
     setFlag(record, kListenRequested, false);
 }
 
 void skillExpired(ProcessorRecord *record)
 {
     record->dmTimerId = kNoTimer;
-    publishError(record->node, kErrSkillsTimeout);
+    publishError(record->node, VANTEL_ERROR_SKILL_TIMEOUT);
 }
 
 // Nobody spoke behind the wake word: the held result becomes an ordinary wakeup, which the host may

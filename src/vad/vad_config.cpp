@@ -29,7 +29,7 @@ void _vadNew(VadRecord *record, const char *vadText)
         VAD_LOG(kInfo, "  %s  onNew success\n", kVadTag);
     } else {
         VAD_LOG(kError, "  %s onNew failed\n", kVadTag);
-        publishOrHoldError(record->node, &record->held, kErrVadCore);
+        publishOrHoldError(record->node, &record->held, VANTEL_ERROR_VAD_CORE);
     }
 }
 

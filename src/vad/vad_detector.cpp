@@ -15,7 +15,6 @@ namespace
 constexpr int32_t kStatusKind = 0;
 constexpr int32_t kSpeechBegan = 1;
 constexpr int32_t kSpeechEnded = 2;
-constexpr int32_t kVadEvent = 1003;
 
 // A pauseTime out of range wraps as 32-bit arithmetic does; stretches are cut to the buffer anyway.
 int32_t pauseBytes(const VadRecord *record)
@@ -38,7 +37,7 @@ void deliverStatus(VadRecord *record, const std::string &text)
     if (!hasHost(record)) return;
     VAD_LOG(kInfo, "  %s vad.status vantelHandle stamp, data: %s\n", kVadTag, text.c_str());
     HeapText answer = deliver(record->instance, text.c_str(), static_cast<uint32_t>(text.size()),
-                              kTypeJson, kVadEvent);
+                              VANTEL_TYPE_JSON, VANTEL_EVENT_VAD);
     VAD_LOG(kVerbose, "  %s vad.status vantelHandle\n", kVadTag);
 }
 
@@ -124,8 +123,8 @@ void onPcm(VadRecord *record, const void *pcm, int32_t bytes)
     quillon_publish(record->node, topics::kVadPcm, pcm, static_cast<uint32_t>(bytes));
     if (hasHost(record)) {
         VAD_LOG(kVerbose, "  %s vad.pcm vantelHandle begin\n", kVadTag);
-        HeapText answer =
-            deliver(record->instance, pcm, static_cast<uint32_t>(bytes), kTypePcm, kVadEvent);
+        HeapText answer = deliver(record->instance, pcm, static_cast<uint32_t>(bytes),
+                                  VANTEL_TYPE_PCM, VANTEL_EVENT_VAD);
         VAD_LOG(kVerbose, "  %s vad.pcm vantelHandle end\n", kVadTag);
     }
     _writeCacheVadFileName(record, pcm, bytes, VadCapture::vad);

@@ -12,8 +12,6 @@ namespace vantel::vad
 namespace
 {
 
-constexpr int32_t kSilenceEvent = 1042;
-constexpr int32_t kVoiceEvent = 1043;
 constexpr int32_t kSampleBytes = 2;
 
 void logLengths(const VadRecord *record)
@@ -27,7 +25,7 @@ void deliverAudio(VadRecord *record, const PcmBuffer &audio, const char *name, i
     if (!hasHost(record)) return;
     VAD_LOG(kVerbose, "  %s snr.%s.pcm vantelHandle begin\n", kVadTag, name);
     HeapText answer = deliver(record->instance, audio.bytes.get(),
-                              static_cast<uint32_t>(audio.length), kTypePcm, event);
+                              static_cast<uint32_t>(audio.length), VANTEL_TYPE_PCM, event);
     VAD_LOG(kVerbose, "  %s snr.%s.pcm vantelHandle end\n", kVadTag, name);
 }
 
@@ -57,13 +55,13 @@ void measure(VadRecord *record)
     if (snr(voice.bytes.get(), voice.length / kSampleBytes, silence.bytes.get(),
             silence.length / kSampleBytes, &ratio) != 0) {
         VAD_LOG(kError, "  %s snr core error", kVadTag);
-        publishError(record->node, kErrSnrCore);
+        publishError(record->node, VANTEL_ERROR_SNR_CORE);
     } else if (record->snrThreshold > ratio) {
         VAD_LOG(kError, "  %s snr drop, snr conf: %f\n", kVadTag, static_cast<double>(ratio));
-        publishError(record->node, kErrSnrConfidence);
+        publishError(record->node, VANTEL_ERROR_SNR_CONFIDENCE);
     } else {
-        deliverAudio(record, silence, "silence", kSilenceEvent);
-        deliverAudio(record, voice, "voice", kVoiceEvent);
+        deliverAudio(record, silence, "silence", VANTEL_EVENT_SNR_SILENCE);
+        deliverAudio(record, voice, "voice", VANTEL_EVENT_SNR_VOICE);
         publishResult(record, ratio);
     }
 }
@@ -76,12 +74,12 @@ void refuse(VadRecord *record)
     const bool isInSpeech = hasFlag(record, kInSpeech);
     if (!hasSilence && (hasVoice || isInSpeech)) {
         VAD_LOG(kError, "  %s snr error, due to not silence\n", kVadTag);
-        publishError(record->node, kErrSnrNotSilence);
+        publishError(record->node, VANTEL_ERROR_SNR_NO_SILENCE);
     } else if (isInSpeech) {
         VAD_LOG(kError, "  %s snr error, ignore\n", kVadTag);
     } else {
         VAD_LOG(kError, "  %s snr error, due to not voice\n", kVadTag);
-        publishError(record->node, kErrSnrNotVoice);
+        publishError(record->node, VANTEL_ERROR_SNR_NO_VOICE);
     }
     clearFlag(record, kInSpeech);
 }

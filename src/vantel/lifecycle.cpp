@@ -207,7 +207,7 @@ void *newInstance(const char *params, HostCallback callback, void *user)
 } // namespace
 } // namespace vantel
 
-void *vantelNew(const char *params, vantel::HostCallback callback, void *user)
+void *vantelNew(const char *params, HostCallback callback, void *user)
 {
     try {
         return vantel::newInstance(params, callback, user);

@@ -110,7 +110,7 @@ protected:
         forget();
         EXPECT_EQ(operation(handle, params ? params->c_str() : nullptr), -1) << extra;
         EXPECT_EQ(trace(), Lines{std::string("vantel.error ") +
-                                 vantel::errorReport(-6899, extra.c_str()).get()});
+                                 vantel::errorReport(VANTEL_ERROR_PARAMS, extra.c_str()).get()});
         EXPECT_EQ(log("ZQ-MM"), Lines{"[E]  ZQ-MM " + extra});
     }
 

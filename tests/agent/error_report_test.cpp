@@ -14,10 +14,10 @@ TEST(ErrorReport, HasTheMessageOfItsCodeAndTheExtraTextAsTheValueThatItBeginsWit
         const char *extra;
         const char *report;
     } cases[] = {
-        {-6899, "params is null",
+        {VANTEL_ERROR_PARAMS, "params is null",
          R"({"errId":-6899,"errMsg":"params err","extra":"params is null"})"},
-        {-7999, nullptr, R"({"errId":-7999,"errMsg":"asr is null"})"},
-        {-7745, nullptr,
+        {VANTEL_ERROR_ASR_NULL, nullptr, R"({"errId":-7999,"errMsg":"asr is null"})"},
+        {VANTEL_ERROR_SET_SKILL_SETTINGS_PARAMS, nullptr,
          R"({"errId":-7745,"errMsg":"set skill settings  params not enough, not  operate or )"
          R"(settings or skillId"})"},
         {-7000, nullptr, R"({"errId":-7000,"errMsg":"Invalid error code"})"},
@@ -25,10 +25,11 @@ TEST(ErrorReport, HasTheMessageOfItsCodeAndTheExtraTextAsTheValueThatItBeginsWit
         {-8000, nullptr, R"({"errId":-8000,"errMsg":"Invalid error code"})"},
         {0, nullptr, R"({"errId":0,"errMsg":"Invalid error code"})"},
         {5, nullptr, R"x({"errId":5,"errMsg":"Invalid error code (value greater than zero)"})x"},
-        {-7399, R"({"a":[1]} tail)",
+        {VANTEL_ERROR_VAD_CORE, R"({"a":[1]} tail)",
          R"({"errId":-7399,"errMsg":"vad core error","extra":{"a":[1]}})"},
-        {-7399, "", R"({"errId":-7399,"errMsg":"vad core error","extra":""})"},
-        {-7399, "a \"b\"\n", R"({"errId":-7399,"errMsg":"vad core error","extra":"a \"b\"\n"})"},
+        {VANTEL_ERROR_VAD_CORE, "", R"({"errId":-7399,"errMsg":"vad core error","extra":""})"},
+        {VANTEL_ERROR_VAD_CORE, "a \"b\"\n",
+         R"({"errId":-7399,"errMsg":"vad core error","extra":"a \"b\"\n"})"},
     };
     for (const auto &[code, extra, report] : cases)
         EXPECT_STREQ(errorReport(code, extra).get(), report);

@@ -52,7 +52,7 @@ TEST(WakeupTails, OfTwelveCharactersAreMadeAndOfMoreRefused)
         record.held.clear();
         _getWakeupWordsSets(&record, (R"({"wakeupWord":")" + word + R"("})").c_str());
         EXPECT_FALSE(record.subsets);
-        EXPECT_EQ(record.held, HeldReports{kErrWakeupWords});
+        EXPECT_EQ(record.held, HeldReports{VANTEL_ERROR_WAKEUP_WORD_TAILS});
     }
 }
 

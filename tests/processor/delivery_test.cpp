@@ -11,15 +11,24 @@ protected:
 };
 
 const std::pair<const char *, int> kDelivered[] = {
-    {"sys.doa.result", 1008},        {"sys.snr.result", 1007},
-    {"sys.vprRuntime.result", 1010}, {"sys.localDms.commandApi", 1013},
-    {"sys.localDms.vocabs", 1017},   {"sys.localDms.cttsConfig", 1015},
-    {"sys.localDms.media", 1029},    {"sys.localDms.cinfoV2Result", 1018},
-    {"sys.sentence.result", 1033},   {"sys.localWakeup.evaluateResult", 1034},
-    {"sys.localFace.result", 1035},  {"sys.vprResgister.result", 1038},
-    {"sys.vprVerify.result", 1040},  {"sys.vprUnresgister.result", 1039},
-    {"sys.vprAsr.result", 1041},     {"sys.localRecorder.ctrl", 1011},
-    {"sys.localPlayer.ctrl", 1016},  {"sys.localDms.speakUrl", 1015},
+    {"sys.doa.result", VANTEL_EVENT_DOA},
+    {"sys.snr.result", VANTEL_EVENT_SNR},
+    {"sys.vprRuntime.result", VANTEL_EVENT_VPR_RUNTIME},
+    {"sys.localDms.commandApi", VANTEL_EVENT_COMMAND},
+    {"sys.localDms.vocabs", VANTEL_EVENT_VOCABS},
+    {"sys.localDms.cttsConfig", VANTEL_EVENT_SPEAK},
+    {"sys.localDms.media", VANTEL_EVENT_MEDIA},
+    {"sys.localDms.cinfoV2Result", VANTEL_EVENT_CINFO},
+    {"sys.sentence.result", VANTEL_EVENT_SENTENCE},
+    {"sys.localWakeup.evaluateResult", VANTEL_EVENT_EVALUATION},
+    {"sys.localFace.result", VANTEL_EVENT_FACE},
+    {"sys.vprResgister.result", VANTEL_EVENT_VPR_REGISTER},
+    {"sys.vprVerify.result", VANTEL_EVENT_VPR_VERIFY},
+    {"sys.vprUnresgister.result", VANTEL_EVENT_VPR_UNREGISTER},
+    {"sys.vprAsr.result", VANTEL_EVENT_VPR_ASR},
+    {"sys.localRecorder.ctrl", VANTEL_EVENT_RECORDER},
+    {"sys.localPlayer.ctrl", VANTEL_EVENT_PLAYER},
+    {"sys.localDms.speakUrl", VANTEL_EVENT_SPEAK},
 };
 
 TEST_F(Delivery, ResultsReachTheHostAsTheyCame)
@@ -50,7 +59,7 @@ TEST_F(Delivery, LinesShowDataAndAnswerWhereTheyHaveAPlaceForThem)
          {R"([I] player vantelHandle stamp, data: {"status":"begin"})",
           "[V]player vantelHandle, customdata: NULL"}},
     };
-    answer(1017, "thanks");
+    answer(VANTEL_EVENT_VOCABS, "thanks");
     for (const auto &[topic, lines] : cases) {
         publish(topic, "data");
         EXPECT_EQ(log(), lines);
@@ -77,7 +86,7 @@ TEST_F(Delivery, ANetworkThatGoesDownWhileSilentResetsTheDialogOnce)
                            (Lines{passedOn + down, "1028 " + down, passedOn + down, "1028 " + up,
                                   passedOn + up}));
     startDialog();
-    answer(1028, "the host's");
+    answer(VANTEL_EVENT_NETWORK, "the host's");
     EXPECT_EQ(publish("sys.net.status", up), (Lines{"1028 " + up, passedOn + "the host's"}));
     EXPECT_EQ(logged("[D]net handle, data: " + up), 1U);
 }

@@ -112,7 +112,8 @@ TEST_F(FullDuplex, ADiscardedResponseListensAgainOrEndsTheDialog)
     EXPECT_EQ(publish("sys.rt.output", kEnding), Lines{"1032 " + kEnding});
     EXPECT_EQ(discard(R"(,"shouldEndSession":true,"nlg":""},"speakUrl":"url")"),
               status("silence") + kDmsReset + kVadEnds);
-    answer(1032, R"({"dm":{"command":{"api":"discardResponse"},"shouldEndSession":false}})");
+    answer(VANTEL_EVENT_RT_OUTPUT,
+           R"({"dm":{"command":{"api":"discardResponse"},"shouldEndSession":false}})");
     discard(R"(,"shouldEndSession":true})");
     EXPECT_EQ(lastStatus(), "listening");
 }

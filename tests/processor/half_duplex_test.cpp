@@ -30,7 +30,7 @@ TEST_F(HalfDuplex, AReplyWithSpeechWaitsForPlaybackBeforeListeningAgain)
     EXPECT_EQ(logged("kill keepalive timerId"), 1U);
     EXPECT_EQ(logged("[I]clear sessionId: s1"), 1U);
     EXPECT_EQ(playbackEnds(), kPlaybackEnds + Lines{"localDms.cancel (null)"});
-    answer(1016, R"({"ignore":"true"})");
+    answer(VANTEL_EVENT_PLAYER, R"({"ignore":"true"})");
     EXPECT_EQ(playbackEnds(), kPlaybackEnds);
     EXPECT_EQ(logged("drop player.wait result, due to ignore true, custom: {"), 1U);
 }
@@ -46,11 +46,11 @@ TEST_F(HalfDuplex, AReplyWithoutSpeechListensAgainAtOnce)
 TEST_F(HalfDuplex, TheHostsAnswerTakesTheReplysPlace)
 {
     startDialog();
-    answer(1005, kEnding);
+    answer(VANTEL_EVENT_DM_OUTPUT, kEnding);
     reply(kContinuingSpoken);
     EXPECT_EQ(lastStatus(), "silence");
     // What the answer does not decide stays as it was.
-    answer(1005, "not JSON");
+    answer(VANTEL_EVENT_DM_OUTPUT, "not JSON");
     startDialog();
     reply(kEnding);
     EXPECT_EQ(lastStatus(), "listening");
@@ -75,13 +75,13 @@ TEST_F(HalfDuplex, AWakeupListensAtOnceOrPlaysItsGreetingFirst)
 
 TEST_F(HalfDuplex, TheHostMayDropOrReplaceAWakeup)
 {
-    answer(1002, R"({"ignore":"true, said the host"})");
+    answer(VANTEL_EVENT_WAKEUP, R"({"ignore":"true, said the host"})");
     EXPECT_EQ(wakeUp(R"({"type":"major"})"), Lines{R"(1002 {"type":"major"})"});
     EXPECT_EQ(logged("drop wakeup result, due to ignore true, custom: {"), 1U);
-    answer(1002, R"({"type":"command","greeting":"在"})");
+    answer(VANTEL_EVENT_WAKEUP, R"({"type":"command","greeting":"在"})");
     wakeUp(R"({"type":"major"})");
     EXPECT_EQ(statuses(), Lines{});
-    answer(1002, "what?"); // still counts as the text
+    answer(VANTEL_EVENT_WAKEUP, "what?"); // still counts as the text
     wakeUp(R"({"type":"major"})");
     EXPECT_EQ(logged("[W]not implement"), 1U);
     EXPECT_EQ(lastStatus(), "listening");
@@ -200,10 +200,18 @@ TEST_F(HalfDuplex, ErrorsEndTheDialogUnlessTheyAreNotItsOwn)
     const std::string dialog = "[V]drop dialog handle";
     const std::string device = "[V]drop th handle";
     const std::string unknown = "[E]noknown error";
-    const std::pair<int, std::string> cases[] = {
-        {-7999, dialog},  {-7782, dialog},  {-7781, unknown}, {-7754, dialog},
-        {-7738, unknown}, {-7799, ""},      {-7498, ""},      {-7099, device},
-        {-7078, device},  {-7077, unknown}, {-6899, device},  {0, unknown}};
+    const std::pair<int, std::string> cases[] = {{VANTEL_ERROR_ASR_NULL, dialog},
+                                                 {VANTEL_ERROR_TRIGGER_INTENT_PARAMS, dialog},
+                                                 {VANTEL_ERROR_LASR_NOT_CONNECTED, unknown},
+                                                 {VANTEL_ERROR_VOCABS_UPDATE_TIMEOUT, dialog},
+                                                 {-7738, unknown},
+                                                 {VANTEL_ERROR_DM_TIMEOUT, ""},
+                                                 {VANTEL_ERROR_CLOUD_TTS_UNREACHABLE, ""},
+                                                 {VANTEL_ERROR_QX_DOWNLOAD, device},
+                                                 {VANTEL_ERROR_QX_INFO, device},
+                                                 {-7077, unknown},
+                                                 {VANTEL_ERROR_PARAMS, device},
+                                                 {0, unknown}};
     for (const auto &[code, line] : cases) {
         SCOPED_TRACE(code);
         begin(kHalfDuplex);
@@ -214,7 +222,7 @@ TEST_F(HalfDuplex, ErrorsEndTheDialogUnlessTheyAreNotItsOwn)
         EXPECT_EQ(traceOf("localDms.reset").size(), 1U);
     }
     startDialog();
-    answer(1006, R"({"errId":-7099})");
+    answer(VANTEL_EVENT_ERROR, R"({"errId":-7099})");
     publish("sys.vantel.error", R"({"errId":-7999})");
     EXPECT_EQ(lastStatus(), "listening"); // as the host would have it
 }

@@ -25,7 +25,7 @@ protected:
 TEST_F(Oneshot, ListeningStartsWithTheWakeupResultAsItCame)
 {
     begin(kOneshot);
-    answer(1002, R"({"type":"major","greeting":"host"})");
+    answer(VANTEL_EVENT_WAKEUP, R"({"type":"major","greeting":"host"})");
     EXPECT_EQ(wakeUp(kMajor), Lines{"1002 " + kMajor} + kVadStop + kDmsReset +
                                   listeningBegins(kMajor) + status("listening") + kRecorderStarts);
     wakeUpAs(kOneshot, R"({"type":"quickStart"})");
@@ -49,7 +49,7 @@ TEST_F(Oneshot, WithoutSpeechTheWakeupIsAnOrdinaryOne)
     EXPECT_EQ(expire(), kMajorExpires + kDmsReset + kAudioCancelled);
     EXPECT_EQ(expire(), Lines{}); // once
     begin(kOneshot);
-    answer(1036, R"({"type":"command"})"); // without the greeting
+    answer(VANTEL_EVENT_ONESHOT_WAKEUP, R"({"type":"command"})"); // without the greeting
     wakeUp(kMajor);
     EXPECT_EQ(expire(),
               kMajorExpires + kDmsReset + listeningBegins() + kAudioCancelled + kRecorderStarts);

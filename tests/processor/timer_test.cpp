@@ -89,7 +89,7 @@ TEST_F(Waits, ASkillThatTheHostDoesNotAnswerTimesOut)
 TEST_F(Waits, ASkillsAnswerGoesToTheDialogServiceWhoseReplyEndsTheWait)
 {
     awaitReply();
-    answer(1014, "not even JSON");
+    answer(VANTEL_EVENT_NATIVE_API, "not even JSON");
     EXPECT_EQ(publish("sys.localDms.nativeApi", R"({"api":"clock"})"),
               (Lines{R"(1014 {"api":"clock"})", "localProcessor.nativeResponse not even JSON"}));
     reply(kContinuing);

@@ -1,7 +1,6 @@
 #include "tests/support/bench.h"
 
 #include "contracts/quillon.h"
-#include "include/vantel/vantel.h"
 #include "quillon/clock.h"
 #include "src/agent/agent.h"
 #include "src/dms/dms.h"
@@ -157,12 +156,12 @@ char *Bench::callback(void *user, const void *data, uint32_t length, int32_t typ
 {
     Bench *bench = static_cast<Bench *>(user);
     const std::string text = data ? std::string(static_cast<const char *>(data), length) : "(null)";
-    spy::record()->trace.push_back((type == kTypeJson ? "" : std::to_string(type) + "/") +
+    spy::record()->trace.push_back((type == VANTEL_TYPE_JSON ? "" : std::to_string(type) + "/") +
                                    std::to_string(event) + " " + text);
     if (bench->onEvent) bench->onEvent(event, text);
     std::lock_guard locked{bench->mutex_};
     // {"status":"silence"}
-    if (event == 1012) bench->statuses_.push_back(text.substr(11, text.size() - 13));
+    if (event == VANTEL_EVENT_STATUS) bench->statuses_.push_back(text.substr(11, text.size() - 13));
     const std::optional<std::string> &answer = bench->answers_[event];
     return answer ? dupString(answer->c_str()).release() : nullptr;
 }

@@ -3,6 +3,7 @@
 // log.
 #pragma once
 
+#include "include/vantel/vantel.h"
 #include "tests/support/bus_spy.h"
 #include "tests/support/folder.h"
 #include "tests/support/scripted_engine.h"

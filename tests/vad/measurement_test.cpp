@@ -58,15 +58,24 @@ TEST_F(Measurement, ReasonsAgainstAMeasurementAreReportedOrIgnored)
         Lines statuses;
         std::vector<int> errors; // the last one is of a following turn without audio
     };
+    constexpr int kNoVoice = VANTEL_ERROR_SNR_NO_VOICE;
+    constexpr int kNoSilence = VANTEL_ERROR_SNR_NO_SILENCE;
+    constexpr int kNoRatio = VANTEL_ERROR_SNR_CORE;
     const Case cases[] = {
-        {"nobody spoke", quiet, {}, {-7395, -7395}},
-        {"speech from the first byte goes on", quiet, {began(0)}, {-7394, -7395}},
-        {"speech from the first byte, no pause", quiet, {began(0), ended(32000)}, {-7394, -7395}},
-        {"speech has only just begun", quiet, {began(32000)}, {-7395}},
+        {"nobody spoke", quiet, {}, {kNoVoice, kNoVoice}},
+        {"speech from the first byte goes on", quiet, {began(0)}, {kNoSilence, kNoVoice}},
+        {"speech from the first byte, no pause",
+         quiet,
+         {began(0), ended(32000)},
+         {kNoSilence, kNoVoice}},
+        {"speech has only just begun", quiet, {began(32000)}, {kNoVoice}},
         // A measurement that was made leaves open whether speech goes on.
-        {"voice without deviation", quiet + constant, {began(32000)}, {-7397, -7394}},
-        {"voice of one sample", quiet, {began(31998)}, {-7397, -7394}},
-        {"voice as loud as the silence", quiet + quiet, {began(32000)}, {-7398, -7394}},
+        {"voice without deviation", quiet + constant, {began(32000)}, {kNoRatio, kNoSilence}},
+        {"voice of one sample", quiet, {began(31998)}, {kNoRatio, kNoSilence}},
+        {"voice as loud as the silence",
+         quiet + quiet,
+         {began(32000)},
+         {VANTEL_ERROR_SNR_CONFIDENCE, kNoSilence}},
     };
     for (const Case &one : cases) {
         begin(R"({"vad":{"pauseTime":0}})");
@@ -117,7 +126,7 @@ TEST_F(Measurement, ARatioAtTheThresholdPassesAndOneBelowDoesNot)
     setThreshold(std::nextafter(ratio, 1000.0F));
     turn(kSpoken, {began(32000), ended(73600)});
     EXPECT_EQ(traceOf(measured).size(), 2U);
-    EXPECT_EQ(errors(), std::vector<int>{-7398});
+    EXPECT_EQ(errors(), std::vector<int>{VANTEL_ERROR_SNR_CONFIDENCE});
 }
 
 TEST_F(Measurement, AnEndWithoutABeginKeepsTheBuffers)

@@ -24,7 +24,7 @@ protected:
         end();
         std::filesystem::remove_all(folder / "cache/vad");
         beginNode(Node::vad, configuration ? text.c_str() : nullptr);
-        for (int32_t event : {1003, 1042, 1043})
+        for (int32_t event : {VANTEL_EVENT_VAD, VANTEL_EVENT_SNR_SILENCE, VANTEL_EVENT_SNR_VOICE})
             answer(event, "{}"); // which the node frees
     }
     void start() { call("/localVad/start"); }
