@@ -1,7 +1,7 @@
 // Recordings as a microphone in a room would hear them: with noise, or with the room's echo.
 #pragma once
 
-#include "bench/signal.h"
+#include "bench/samples.h"
 
 #include <span>
 
