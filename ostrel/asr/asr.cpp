@@ -87,10 +87,10 @@ void deliver(const Recogniser &recogniser, HeapText text)
 
 void deliverPartial(Recogniser *recogniser)
 {
-    std::string text;
+    std::vector<std::string> words;
     for (int32_t word : decoderStreamWords(recogniser->decoder.get()))
-        text += (text.empty() ? "" : " ") +
-                recogniser->grammar->tree.words[static_cast<size_t>(word)].text;
+        words.push_back(recogniser->grammar->tree.words[static_cast<size_t>(word)].text);
+    const std::string text = joined(words);
     if (text.empty() || text == recogniser->lastPartial) return;
     recogniser->lastPartial = text;
     deliver(*recogniser, partialResult(text));

@@ -52,16 +52,22 @@ struct NgramResult {
     double confidence = 0;
 };
 
-// The full passes. An empty result when nothing was found. False when the decoder failed.
+// The searches over the whole utterance (searches.cpp). An empty result when nothing was found.
+// False when the decoder failed.
 bool recogniseGrammar(Recogniser *recogniser, GrammarResult *result);
 void recogniseNgram(const Recogniser &recogniser, NgramResult *result);
 
-// Sets the grammar result's confidence, once both are there.
+// How much better the grammar's words fit than phones in any order (confidence.cpp).
+void measureFit(const std::vector<Segment> &words, const std::vector<Segment> &phones,
+                GrammarResult *result);
+// Sets the grammar result's confidence, once both results are there.
 void rateGrammar(const Recogniser &recogniser, const NgramResult &ngram, GrammarResult *result);
 
-// The result texts that go to the callback; empty when there is no memory.
+// The result texts that go to the callback; empty when there is no memory (result_json.cpp).
 HeapText partialResult(const std::string &text);
 HeapText finalResult(const Recogniser &recogniser, const GrammarResult &grammar,
                      const NgramResult &ngram);
+// The words with a blank between each two.
+std::string joined(const std::vector<std::string> &words);
 
 } // namespace vantel::ostrel
