@@ -36,7 +36,8 @@ typedef void (*quillon_timer)(void *user, void *node, int32_t tag);
 
 /* Makes a bus from a JSON object, all of whose members are optional:
  * "path"          file of the bus's log; without one that can be opened there is no log, because a
- *                 library does not print.
+ *                 library does not print. Buses of one process that give the same text share the
+ *                 file: "mode" and "size" of the first hold until the last of them is freed.
  * "level"         lowest level that the log shows: 1 verbose to 5 error, default 2.
  * "mode"          0 starts the file afresh, anything else appends; default 0.
  * "size"          megabytes at which the file starts afresh, default 20; 0: no limit.
@@ -89,8 +90,9 @@ CONTRACT_API int32_t quillon_node_delete(void *node);
 CONTRACT_API int32_t quillon_publish(void *node, const char *topic, const void *data,
                                      uint32_t length);
 
-/* Calls `path` and waits for its reply, a text that stays the bus's and is valid until the calling
- * node's next call or its deletion. The callee gets a copy of `length` bytes with a zero byte behind
+/* Calls `path` and waits for its reply, a text that stays the bus's. It is the calling thread's: valid
+ * until that thread's next quillon_call, on whatever node, or its end; calls of other threads on the
+ * same handle do not touch it, nor does the deletion of a node or of the bus. The callee gets a copy of `length` bytes with a zero byte behind
  * them, or null when `data` is null. A node that does not run yet is waited for.
  *
  * Null when the callee answers null, and at once when nobody can ever answer: no such node, a

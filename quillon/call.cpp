@@ -1,5 +1,6 @@
 #include "quillon/call.h"
 
+#include "platform/thread_value.h"
 #include "quillon/bus_log.h"
 #include "quillon/node.h"
 
@@ -22,6 +23,46 @@ std::mutex callsMutex;
 
 // A call record is used again unless its text was longer.
 constexpr size_t kKeptTextBytes = 4096;
+
+// The reply of each thread's last call. Calls of other threads do not touch it, nor does the end of
+// a node.
+class Replies
+{
+public:
+    Replies() : isUsable_(platformThreadKeyCreate(&key_, std::free)) {}
+    ~Replies()
+    {
+        if (!isUsable_) return;
+        std::free(platformThreadValue(key_));
+        platformThreadValueSet(key_, nullptr);
+        platformThreadKeyDestroy(key_);
+    }
+    Replies(const Replies &) = delete;
+    Replies &operator=(const Replies &) = delete;
+
+    // In place of the calling thread's last one; false without memory.
+    bool keep(HeapText reply)
+    {
+        if (!isUsable_) return false;
+        HeapText last{static_cast<char *>(platformThreadValue(key_))};
+        if (!platformThreadValueSet(key_, reply.get())) {
+            static_cast<void>(last.release());
+            return false;
+        }
+        static_cast<void>(reply.release());
+        return true;
+    }
+
+private:
+    PlatformThreadKey key_ = 0;
+    bool isUsable_;
+};
+
+Replies &replies()
+{
+    static Replies all;
+    return all;
+}
 
 struct CallDrop {
     void operator()(Call *call) const { callRelease(call); }
@@ -158,15 +199,17 @@ const char *callMake(Node *caller, const char *path, const char *data, uint32_t 
     if (calleeYields) std::this_thread::yield();
     while (!platformSignalWait(call->done, kWaitForever)) {
     }
-    HeapText previous;
     {
         std::lock_guard locked{callsMutex};
         if (!call->waiter) return nullptr; // deleted meanwhile
         unlink(call.get());
-        previous = std::move(caller->reply);
-        caller->reply = std::move(call->reply);
     }
-    const char *reply = caller->reply.get();
+    const char *reply = call->reply.get();
+    if (!replies().keep(std::move(call->reply))) {
+        CALL_LOG(caller->bus, kError, "  %s %s has no memory for the reply of %s\n", kBusTag,
+                 caller->name.c_str(), path);
+        reply = nullptr;
+    }
     putBack(caller, std::move(call));
     return reply;
 }

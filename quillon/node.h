@@ -7,10 +7,10 @@
 #include "quillon/inbox.h"
 #include "quillon/loop.h"
 #include "quillon/timers.h"
-#include "tools/heap_text.h"
 
 #include <atomic>
 #include <string>
+#include <vector>
 
 namespace vantel::quillon
 {
@@ -41,12 +41,13 @@ struct Node {
     Pace pace;
     uint32_t highWater = 0; // items in the longest queue that was logged
 
+    std::vector<Topic *> subscriptions; // guarded by the mutex of the topics
+
     std::atomic<Call *> spareCall{nullptr}; // owned; a record for the node's next call
 
     // Guarded by the mutex of the calls (quillon/call.cpp).
     CallList outgoing; // calls that block this node
     CallList incoming; // calls that wait for this node's answer
-    HeapText reply;    // of the last call
 };
 
 // Null, and a line in the bus's log, when the name is refused.

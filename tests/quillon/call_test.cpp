@@ -107,6 +107,29 @@ TEST_F(Calls, FromAThreadOutsideLeaveTheNodesLoopFreeToAnswer)
     EXPECT_EQ(a.call("/b/x"), "ba");
 }
 
+// A reply is its thread's, whoever else calls on the same handle, and until that thread calls
+// again.
+TEST_F(Calls, OfSeveralThreadsOnOneHandleKeepTheirReplies)
+{
+    Peer node{bus_, "node"};
+    node.answer = [](auto, const char *data) { return data; };
+    node.run();
+    const std::string mine(100, 'm');
+    const char *reply = quillon_call(asker_.node(), "/node/x", mine.c_str(), 100);
+    std::vector<std::thread> others;
+    for (const char *text : {"one", "three"}) {
+        others.emplace_back([&, text] {
+            for (int i = 0; i < 500; ++i)
+                ASSERT_EQ(asker_.call("/node/x", text), text);
+        });
+    }
+    for (std::thread &other : others)
+        other.join();
+    EXPECT_EQ(reply, mine);
+    asker_.deleteNode();
+    EXPECT_EQ(reply, mine);
+}
+
 // How a caller that waits is released; each way stops or deletes somebody.
 struct Waiting : BusTest {
     Event entered_, leave_;
