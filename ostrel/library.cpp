@@ -127,7 +127,7 @@ std::string findResource(const std::string &name)
 LineLog &engineLog()
 {
     // Never destroyed: a handle that outlives main may still ask whether a line is wanted.
-    static LineLog &log = *new LineLog;
+    static LineLog &log = *new LineLog{.isOneLineEach = true};
     return log;
 }
 

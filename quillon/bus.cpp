@@ -1,6 +1,5 @@
 #include "quillon/bus.h"
 
-#include "quillon/bus_log.h"
 #include "quillon/node.h"
 #include "tools/json.h"
 
@@ -20,19 +19,12 @@ constexpr int kDefaultLevel = kDebug;
 constexpr double kDefaultSizeMb = 20;
 constexpr int kDefaultClickMs = 3;
 
-// A library does not print: without a file that can be opened there is no log, whereas LineLog
-// itself would turn to standard output.
-void openLog(LineLog *log, const cJSON *configuration)
+BusLogSettings logSettings(const cJSON *configuration)
 {
-    const char *path = jsonString(configuration, "path");
-    if (!path || !*path) return;
-    std::FILE *probe = platformOpenFile(path, "ab");
-    if (!probe) return;
-    std::fclose(probe);
     const cJSON *size = jsonMember(configuration, "size");
     double sizeMb = cJSON_IsNumber(size) ? size->valuedouble : kDefaultSizeMb;
-    lineLogInit(log, jsonInt(configuration, "level", kDefaultLevel), path,
-                jsonInt(configuration, "mode", 0), static_cast<float>(sizeMb));
+    return {jsonInt(configuration, "level", kDefaultLevel), jsonString(configuration, "path"),
+            jsonInt(configuration, "mode", 0), static_cast<float>(sizeMb)};
 }
 
 } // namespace
@@ -44,7 +36,7 @@ Bus *busNew(const char *configuration)
     auto bus = std::make_unique<Bus>();
     int clickMs = jsonInt(json.get(), "timerClickMs", kDefaultClickMs);
     bus->clickNs = clickMs > 1 ? clickMs * kNanosecondsPerMillisecond : 0;
-    openLog(&bus->log, json.get());
+    busLogOpen(&bus->log, logSettings(json.get()));
     BUS_LOG(bus, kDebug, "  %s bus new, timerClickMs: %d\n", kBusTag, clickMs);
     return bus.release();
 }
@@ -58,7 +50,6 @@ void busRelease(Bus *bus)
 {
     if (bus->references.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
     BUS_LOG(bus, kDebug, "  %s bus freed\n", kBusTag);
-    lineLogRelease(&bus->log);
     delete bus;
 }
 

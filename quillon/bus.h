@@ -2,9 +2,9 @@
 #pragma once
 
 #include "quillon/block_pool.h"
+#include "quillon/bus_log.h"
 #include "quillon/grace.h"
 #include "quillon/topic_table.h"
-#include "tools/line_log.h"
 
 #include <array>
 #include <atomic>
@@ -24,7 +24,7 @@ struct Node;
 struct Bus {
     // Constant once the bus is made.
     int64_t clickNs = 0; // wake-ups for timers are rounded up to multiples of it; 0: exact
-    LineLog log;
+    BusLog log;
 
     std::array<BlockPool, 8> pools; // each node publishes from one of them
     Grace grace;

@@ -39,13 +39,13 @@ int32_t daysInMonth(int32_t year, int32_t month)
     return month == 2 && isLeapYear(year) ? 29 : kDays[month - 1];
 }
 
-// Standard output when there is no path, or it cannot be opened.
+// Standard output, or nothing, when there is no path, or it cannot be opened.
 void openStream(LineLog *log, const char *mode)
 {
     log->stream = log->path.empty() ? nullptr : platformOpenFile(log->path.c_str(), mode);
     log->position = 0;
     if (!log->stream) {
-        log->stream = stdout;
+        if (!log->isFileOnly) log->stream = stdout;
         return;
     }
     // Every line is written at once anyway, so a buffer would only be one more copy.
@@ -62,6 +62,7 @@ void rollOver(LineLog *log)
     int64_t oldBytes = log->position;
     std::fclose(log->stream);
     openStream(log, "wb");
+    if (!log->stream) return;
     int written = std::fprintf(log->stream, "\nlog file size: %d, remove file:  %s\n\n",
                                static_cast<int>(oldBytes), log->path.c_str());
     log->position += std::max(written, 0);
@@ -95,6 +96,14 @@ void writeLine(LineLog *log, const char *text, size_t bytes)
     } else {
         log->position += static_cast<int64_t>(platformWriteThrough(log->stream, text, bytes));
     }
+}
+
+// But for the newline that ends the message.
+void maskControls(char *begin, char *end)
+{
+    if (begin != end && end[-1] == '\n') --end;
+    std::replace_if(
+        begin, end, [](unsigned char c) { return c < 0x20 || c == 0x7f; }, '?');
 }
 
 // "[pid:tid]date.millis [L] file#line#"
@@ -182,11 +191,13 @@ void lineLogPrintV(LineLog *log, int32_t level, const char *file, int32_t line, 
     char *begin = log->line.get();
     char *end = begin + kTextBytes;
     char *out = appendPrefix(log, begin, end, level, file, line);
+    char *message = out;
     out = appendFormat(out, end, format, arguments);
+    if (log->isOneLineEach) maskControls(message, out);
     if (out[-1] != '\n') *out++ = '\n';
     *out = '\0';
     rollOver(log);
-    writeLine(log, begin, static_cast<size_t>(out - begin));
+    if (log->stream) writeLine(log, begin, static_cast<size_t>(out - begin));
 }
 
 void lineLogPrint(LineLog *log, int32_t level, const char *file, int32_t line, const char *format,

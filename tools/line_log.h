@@ -23,6 +23,10 @@ enum LogLevel : int32_t { kVerbose = 1, kDebug = 2, kInfo = 3, kWarning = 4, kEr
 constexpr int32_t kLogNothing = 6;
 
 struct LineLog {
+    // Set before the log is opened.
+    bool isFileOnly = false;    // never turns to standard output
+    bool isOneLineEach = false; // control characters of a message show as '?', so that none begins
+                                // a line of its own
     // Read without the mutex, so that a suppressed line costs a comparison; kLogNothing while the
     // log is not initialised.
     std::atomic<int32_t> gate{kLogNothing};
@@ -45,7 +49,8 @@ struct LineLog {
 constexpr int32_t kLogLineBytes = 4096;
 
 // Opens the log: appends to `path` when `mode` is not 0, else starts it afresh; standard output
-// when the path is null, empty or cannot be opened. On an open log only the threshold changes.
+// when the path is null, empty or cannot be opened (unless it is file only). On an open log only
+// the threshold changes.
 void lineLogInit(LineLog *log, int32_t threshold, const char *path, int32_t mode, float sizeMb);
 
 // Closes the log; later lines are dropped. A file is closed, standard output is not.
