@@ -39,6 +39,7 @@ void freeNode(Node *node)
     Bus *bus = node->bus;
     bus->grace.wait();
     callForget(node);
+    bus->topics.forget(node);
     NODE_LOG(bus, kDebug, "  %s node %s deleted\n", kBusTag, node->name.c_str());
     delete node;
     busRelease(bus);

@@ -1,6 +1,9 @@
 #include "quillon/topic_table.h"
 
+#include "quillon/node.h"
+
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 namespace vantel::quillon
@@ -68,10 +71,10 @@ Topics::Topics(Grace *grace) : grace_(grace), table_(new Table(kFirstSlots)) {}
 
 Topics::~Topics()
 {
-    for (const auto &topic : topics_)
-        delete topic->subscribers.load(std::memory_order_relaxed);
     delete table_.load(std::memory_order_relaxed);
 }
+
+Topic Topics::gone{std::string(1, '\0'), 0};
 
 const Topic *Topics::find(std::string_view name) const
 {
@@ -89,27 +92,46 @@ void Topics::insert(Table *table, Topic *topic)
     while (table->slots[slot].load(std::memory_order_relaxed))
         slot = (slot + 1) & table->mask;
     table->slots[slot].store(topic, std::memory_order_release);
+    ++table->used;
 }
 
-void Topics::grow(Retired *retired)
+// A table with room for all topics and as many again, and without those that are gone.
+void Topics::rebuild(Retired *retired)
 {
     retired->tables.reserve(retired->tables.size() + 1);
-    Table *old = table_.load(std::memory_order_relaxed);
-    auto table = std::make_unique<Table>(old->slots.size() * 2);
+    auto table =
+        std::make_unique<Table>(std::max(kFirstSlots, std::bit_ceil((topics_.size() + 1) * 4)));
     for (const auto &topic : topics_)
         insert(table.get(), topic.get());
-    table_.store(table.release(), std::memory_order_seq_cst);
-    retired->tables.emplace_back(old);
+    retired->tables.emplace_back(table_.exchange(table.release(), std::memory_order_seq_cst));
 }
 
 Topic *Topics::intern(const std::string &name, Retired *retired)
 {
     if (const Topic *known = find(name)) return const_cast<Topic *>(known);
-    auto slotCount = table_.load(std::memory_order_relaxed)->slots.size();
-    if ((topics_.size() + 1) * 2 > slotCount) grow(retired);
+    const Table *table = table_.load(std::memory_order_relaxed);
+    if ((table->used + 1) * 2 > table->slots.size()) rebuild(retired);
     topics_.push_back(std::make_unique<Topic>(name, hashText(name)));
+    topics_.back()->index = topics_.size() - 1;
     insert(table_.load(std::memory_order_relaxed), topics_.back().get());
     return topics_.back().get();
+}
+
+// It is the caller's then; publishers may still see it until the next grace period ends.
+void Topics::remove(Topic *topic)
+{
+    Table *table = table_.load(std::memory_order_relaxed);
+    size_t slot = topic->hash & table->mask;
+    while (table->slots[slot].load(std::memory_order_relaxed) != topic)
+        slot = (slot + 1) & table->mask;
+    table->slots[slot].store(&gone, std::memory_order_release);
+    std::unique_ptr<Topic> &place = topics_[topic->index];
+    static_cast<void>(place.release());
+    if (topic->index + 1 < topics_.size()) {
+        place = std::move(topics_.back());
+        place->index = topic->index;
+    }
+    topics_.pop_back();
 }
 
 void Topics::subscribe(Node *node, const std::vector<std::string> &names)
@@ -126,20 +148,39 @@ void Topics::subscribe(Node *node, const std::vector<std::string> &names)
         if (!contains(old, node)) changes.emplace_back(topic, extended(old, node));
     }
     retired.lists.reserve(changes.size());
-    for (auto &[topic, list] : changes)
+    node->subscriptions.reserve(node->subscriptions.size() + changes.size());
+    for (auto &[topic, list] : changes) {
         retired.lists.emplace_back(topic->subscribers.exchange(list.release()));
+        node->subscriptions.push_back(topic);
+        ++topic->holders;
+    }
 }
 
 void Topics::unsubscribeAll(const Node *node)
 {
     std::lock_guard locked{mutex_};
-    for (const auto &topic : topics_) {
-        Subscribers *list = topic->subscribers.load(std::memory_order_relaxed);
-        if (!list) continue;
-        for (auto &place : list->places) {
+    for (const Topic *topic : node->subscriptions) {
+        for (auto &place : topic->subscribers.load(std::memory_order_relaxed)->places) {
             if (place.load(std::memory_order_relaxed) == node) place.store(nullptr);
         }
     }
+}
+
+void Topics::forget(Node *node)
+{
+    Topic *unused = nullptr;
+    {
+        std::lock_guard locked{mutex_};
+        for (Topic *topic : node->subscriptions) {
+            if (--topic->holders > 0) continue;
+            remove(topic);
+            topic->next = std::exchange(unused, topic);
+        }
+        node->subscriptions.clear();
+    }
+    if (unused) grace_->wait();
+    while (unused)
+        delete std::exchange(unused, unused->next);
 }
 
 } // namespace vantel::quillon

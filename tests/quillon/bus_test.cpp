@@ -245,4 +245,34 @@ TEST(Refusals, AreLoggedWithWhatWasWrong)
         << log;
 }
 
+// Each with a level of its own, and no line of a message looks like one of the log's.
+TEST(BusLogs, OfOnePathShareTheFile)
+{
+    Folder folder;
+    auto bus = [&](int level) {
+        return quillon_bus_new(
+            (R"({"level":)" + std::to_string(level) + R"(,"path":")" + folder / "log" + "\"}")
+                .c_str());
+    };
+    auto complain = [](void *to, const std::string &name) {
+        EXPECT_FALSE(quillon_node_new(to, (name + "/").c_str(), nullptr, nullptr, nullptr));
+    };
+    void *first = bus(4);
+    complain(first, "a\n[00001:00002] forged");
+    void *second = bus(5);
+    complain(second, "too low a level");
+    void *third = bus(4);
+    complain(third, "b");
+    quillon_bus_delete(first);
+    complain(third, "c");
+    quillon_bus_delete(second);
+    quillon_bus_delete(third);
+    std::string log = folder.read("log");
+    EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 3) << log;
+    for (const char *name : {"a?[00001:00002] forged/\n", "b/\n", "c/\n"})
+        EXPECT_NE(log.find(std::string("node name refused: ") + name), std::string::npos) << log;
+    quillon_bus_delete(bus(4)); // nobody has it open any more: it starts afresh
+    EXPECT_EQ(folder.read("log"), "");
+}
+
 } // namespace
