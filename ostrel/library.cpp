@@ -127,7 +127,11 @@ std::string findResource(const std::string &name)
 LineLog &engineLog()
 {
     // Never destroyed: a handle that outlives main may still ask whether a line is wanted.
-    static LineLog &log = *new LineLog{.isOneLineEach = true};
+    static LineLog &log = []() -> LineLog & {
+        LineLog *made = new LineLog;
+        made->isOneLineEach = true;
+        return *made;
+    }();
     return log;
 }
 

@@ -9,7 +9,7 @@
 
 #define QUILLON_LOG(source, bus, level, ...)                                                       \
     do {                                                                                           \
-        if (const ::vantel::quillon::BusLog &busLog = (bus)->log; (level) >= busLog.lowest)                 \
+        if (const ::vantel::quillon::BusLog &busLog = (bus)->log; (level) >= busLog.lowest)        \
             ::vantel::lineLogPrint(busLog.file, level, source, __LINE__, __VA_ARGS__);             \
     } while (false)
 
