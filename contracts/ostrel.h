@@ -21,10 +21,15 @@ extern "C" {
 /* Result of ostrel_asr_feed for an utterance longer than the recogniser takes. */
 #define OSTREL_LIMIT_EXCEEDED (-9891)
 
-/* Kind 0 with data is a JSON text of `length` bytes: a status of the detector ({"status",
- * "offset"}, status 1 when speech began, 2 when it ended, offset in bytes of the audio fed since
- * the start) or a result of the recogniser. Any other kind, from the detector only, is PCM of the
- * speech. The data belongs to the engine and is valid during the call. Returns 0. */
+/* Kind 0 with data is a JSON text of `length` bytes: a status of the detector or a result of the
+ * recogniser. Any other kind, from the detector only, is PCM of the speech. The data belongs to the
+ * engine and is valid during the call. Returns 0.
+ *
+ * A status is {"status","offset"} and may have "fed": status 1 when speech began, 2 when it ended;
+ * offset and fed in bytes of the audio since the start, fed without the call that delivers the
+ * status. The caller keeps the audio of a call when that has returned, and so has what lies before
+ * the offset only when this is not above "fed". Without "fed" the caller's buffer is taken to begin
+ * at the start. */
 typedef int32_t (*ostrel_callback)(void *user, int32_t kind, const void *data, int32_t length);
 
 CONTRACT_API int32_t ostrel_library_load(const char *configuration);

@@ -4,6 +4,10 @@
 // The order of callbacks is: status 1, the speech with what was heard shortly before it, status 2
 // when it has ended. Where they fall in the audio does not depend on how the audio was cut into
 // calls, as only whole frames are looked at and passed on.
+//
+// A caller keeps the audio of a call once that call has returned. A status therefore waits, and all
+// that follows it, until its offset lies within the audio of earlier calls: with calls of up to
+// 20 ms it never has to, with longer ones it comes one call later at most, or when the turn stops.
 #include "contracts/ostrel.h"
 #include "ostrel/no_throw.h"
 #include "ostrel/vad/vad_detectors.h"
@@ -11,6 +15,7 @@
 #include <algorithm>
 #include <cinttypes>
 #include <cstring>
+#include <deque>
 #include <string>
 
 #define VAD_LOG(level, ...) ENGINE_LOG("ostrel/vad", level, __VA_ARGS__)
@@ -28,6 +33,13 @@ constexpr int kStatusEnd = 2;
 constexpr int32_t kKindText = 0;
 constexpr int32_t kKindSpeech = 1;
 
+// A boundary of speech that was found and is still to be told.
+struct Boundary {
+    int status;
+    int64_t offset;
+    int64_t foundAt; // end of the frame that decided it
+};
+
 struct VadRecord {
     ostrel_callback callback = nullptr;
     void *user = nullptr;
@@ -35,10 +47,16 @@ struct VadRecord {
     int pauseMs = kDefaultPauseMs; // when the start text has none
     int64_t preRollBytes = 0;
     bool started = false;
+    uint32_t turn = 0; // of start or stop; tells whether a callback has called either
     Segmenter segmenter;
     std::string heard;   // audio that may still be passed on, then the frame that is not whole yet
     int64_t heardAt = 0; // where `heard` begins
     int64_t passedUpTo = 0; // where the audio that was passed on ends
+    int64_t fed = 0;        // since the start
+    int64_t fedBefore = 0;  // by earlier calls
+    std::deque<Boundary> untold;
+    int lastTold = 0; // status; 0: none in this turn
+    bool isTelling = false;
 };
 
 size_t frameBytes(const VadRecord *record)
@@ -46,24 +64,47 @@ size_t frameBytes(const VadRecord *record)
     return static_cast<size_t>(record->segmenter.frameBytes);
 }
 
-void tellStatus(VadRecord *record, int status, int64_t offset)
+void tellStatus(VadRecord *record, const Boundary &boundary)
 {
-    char text[64];
-    int length =
-        std::snprintf(text, sizeof text, "{\"status\":%d,\"offset\":%" PRId64 "}", status, offset);
+    char text[96];
+    int length = std::snprintf(text, sizeof text,
+                               "{\"status\":%d,\"offset\":%" PRId64 ",\"fed\":%" PRId64 "}",
+                               boundary.status, boundary.offset, record->fedBefore);
     VAD_LOG(kInfo, "  %s\n", text);
+    record->lastTold = boundary.status;
+    if (boundary.status == kStatusBegin)
+        record->passedUpTo = std::max(record->passedUpTo, boundary.offset - record->preRollBytes);
     record->callback(record->user, kKindText, text, length);
 }
 
-// Passes on what lies before the end of the last whole frame and was not passed on yet.
-void passSpeech(VadRecord *record)
+// Passes on what lies before `upTo` and was not passed on yet.
+void passSpeech(VadRecord *record, int64_t upTo)
 {
     int64_t from = std::max(record->passedUpTo, record->heardAt);
-    int64_t bytes = record->segmenter.position - from;
-    if (bytes <= 0) return;
-    record->passedUpTo = record->segmenter.position;
+    if (upTo <= from) return;
+    record->passedUpTo = upTo;
     record->callback(record->user, kKindSpeech, record->heard.data() + (from - record->heardAt),
-                     static_cast<int32_t>(bytes));
+                     static_cast<int32_t>(upTo - from));
+}
+
+// Tells in order what may be told by now. False when a callback has stopped or started the turn.
+bool tell(VadRecord *record)
+{
+    const uint32_t turn = record->turn;
+    record->isTelling = true;
+    while (record->turn == turn) {
+        const bool hasNext = !record->untold.empty();
+        if (record->lastTold == kStatusBegin)
+            passSpeech(record,
+                       hasNext ? record->untold.front().foundAt : record->segmenter.position);
+        if (record->turn != turn || !hasNext) break;
+        const Boundary next = record->untold.front();
+        if (next.offset > record->fedBefore) break;
+        record->untold.pop_front();
+        tellStatus(record, next);
+    }
+    record->isTelling = false;
+    return record->turn == turn;
 }
 
 // Drops what can no longer be passed on: while there is no speech, an onset may still reach back
@@ -73,7 +114,12 @@ void forget(VadRecord *record)
     const Segmenter &segmenter = record->segmenter;
     int64_t reach = segmenter.settings.onsetWindow * segmenter.frameBytes +
                     segmenter.settings.beginMarginMs * kBytesPerMs + record->preRollBytes;
-    int64_t keepFrom = segmenter.speaking ? record->passedUpTo : segmenter.position - reach;
+    int64_t keepFrom = segmenter.speaking ? segmenter.position : segmenter.position - reach;
+    if (record->lastTold == kStatusBegin) keepFrom = std::min(keepFrom, record->passedUpTo);
+    for (const Boundary &boundary : record->untold) {
+        if (boundary.status == kStatusBegin)
+            keepFrom = std::min(keepFrom, boundary.offset - record->preRollBytes);
+    }
     int64_t surplus = keepFrom - record->heardAt;
     if (surplus <= 0) return;
     record->heard.erase(0, static_cast<size_t>(surplus));
@@ -99,12 +145,10 @@ bool takeFrame(VadRecord *record)
     case SpeechEvent::none:
         break;
     case SpeechEvent::begin:
-        record->passedUpTo = std::max(record->passedUpTo, offset - record->preRollBytes);
-        tellStatus(record, kStatusBegin, offset);
+        record->untold.push_back({kStatusBegin, offset, record->segmenter.position});
         break;
     case SpeechEvent::end:
-        passSpeech(record);
-        tellStatus(record, kStatusEnd, offset);
+        record->untold.push_back({kStatusEnd, offset, record->segmenter.position});
         break;
     }
     return true;
@@ -112,10 +156,13 @@ bool takeFrame(VadRecord *record)
 
 int32_t feed(VadRecord *record, const void *pcm, int32_t bytes)
 {
-    if (!record->started || bytes < 0 || (bytes > 0 && !pcm)) return -1;
+    if (!record->started || record->isTelling || bytes < 0 || (bytes > 0 && !pcm)) return -1;
+    record->fedBefore = record->fed;
+    record->fed += bytes;
+    if (!tell(record)) return 0;
     const char *next = static_cast<const char *>(pcm);
     size_t left = static_cast<size_t>(bytes);
-    // A long call is taken in pieces, so that it needs no more memory than a short one.
+    // A long call is taken in pieces: only what still waits to be told is kept of it.
     while (left > 0) {
         size_t piece = std::min<size_t>(left, 16 * frameBytes(record));
         record->heard.append(next, piece);
@@ -123,9 +170,8 @@ int32_t feed(VadRecord *record, const void *pcm, int32_t bytes)
         left -= piece;
         while (hasFrame(record)) {
             if (!takeFrame(record)) return -1;
-            if (!record->started) return 0; // stopped by the callback
         }
-        if (record->segmenter.speaking) passSpeech(record);
+        if (!tell(record)) return 0;
         forget(record);
     }
     return 0;
@@ -136,15 +182,36 @@ int32_t start(VadRecord *record, const char *startText)
     constexpr int kLongestPauseMs = 60000;
     Json text = jsonParse(startText);
     int pauseMs = std::clamp(jsonInt(text.get(), "pauseTime", record->pauseMs), 0, kLongestPauseMs);
+    ++record->turn;
     segmenterReset(&record->segmenter);
     record->segmenter.pauseBytes = pauseMs * kBytesPerMs;
     record->detector->reset();
     record->heard.clear();
     record->heardAt = 0;
     record->passedUpTo = 0;
+    record->fed = 0;
+    record->fedBefore = 0;
+    record->untold.clear();
+    record->lastTold = 0;
     record->started = true;
     VAD_LOG(kInfo, "  start, pause %d ms\n", pauseMs);
     return 0;
+}
+
+// What waited for the next call is told now, as all audio is that of earlier calls. Only a caller
+// who stops because speech has ended is not told that more of it has just begun.
+void stop(VadRecord *record)
+{
+    if (!record->started) return;
+    record->started = false;
+    if (!record->isTelling) {
+        record->fedBefore = record->fed;
+        const bool isCut = !record->untold.empty() && record->untold.back().status == kStatusBegin;
+        if (isCut && record->lastTold == kStatusEnd) record->untold.pop_back();
+        tell(record);
+    }
+    ++record->turn;
+    if (!record->started) record->untold.clear();
 }
 
 // A number of the configuration within its limits; the default, with a line in the log, when it
@@ -239,8 +306,10 @@ int32_t ostrel_vad_feed(void *handle, const void *pcm, int32_t bytes)
 int32_t ostrel_vad_stop(void *handle)
 {
     if (!handle) return -1;
-    recordOf(handle)->started = false;
-    return 0;
+    return withoutThrowing(-1, [&] {
+        stop(recordOf(handle));
+        return 0;
+    });
 }
 
 int32_t ostrel_vad_delete(void *handle)

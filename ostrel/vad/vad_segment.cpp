@@ -36,7 +36,8 @@ SpeechEvent takeInSpeech(Segmenter *segmenter, double probability, int64_t *offs
                                                    settings.maxSpeechMs * kBytesPerMs;
     if (!paused && !tooLong) return SpeechEvent::none;
 
-    *offset = paused ? segmenter->lastSpeech + segmenter->pauseBytes : segmenter->position;
+    int64_t latest = segmenter->position - settings.endLeadMs * kBytesPerMs;
+    *offset = paused ? std::min(segmenter->lastSpeech + segmenter->pauseBytes, latest) : latest;
     segmenter->speaking = false;
     segmenter->onsets = 0;
     segmenter->lastBoundary = *offset;

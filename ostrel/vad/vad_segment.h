@@ -1,8 +1,8 @@
 // Cuts a stream of frames, each with a probability of speech, into utterances.
 //
 // Offsets are bytes of the audio since the start. A beginning lies an onset and a margin before the
-// frame that decided it: a caller who has kept the audio of earlier calls of up to 100 ms has the
-// silence before it. A pause's end lies at most a frame before the one that decided it.
+// frame that decided it, an end a lead before the one that decided that: a caller who has kept the
+// audio of earlier calls, none longer than the lead, has all of it up to the offset.
 #pragma once
 
 #include <cstdint>
@@ -19,6 +19,8 @@ struct SegmentSettings {
     int onsetWindow;     // ... among so many make an onset; at most 32
     int beginMarginMs;   // speech is said to begin this long before its first frame
     int maxSpeechMs;     // an utterance is cut at this length; 0: never
+    int endLeadMs = 20;  // speech is said to have ended at least so long ago; not above a frame,
+                         // as nobody knows where in its last frame it did
 };
 
 enum class SpeechEvent { none, begin, end };

@@ -148,7 +148,7 @@ int32_t _vadFeed(VadRecord *record, const void *pcm, int32_t bytes)
     uint32_t after = nowMs();
     VAD_LOG(kDebug, "  %s feed old: %lu, curTime: %lu, diff: %lu\n", kVadTag, asLu(before),
             asLu(after), asLu(after - before));
-    // Only now: what the detector says while it is fed is about the audio before this chunk.
+    // Only now: what the detector says while it is fed is about the audio of earlier chunks.
     addSpeech(record, pcm, bytes);
     return result == 0 ? 0 : -1;
 }

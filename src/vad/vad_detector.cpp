@@ -56,48 +56,75 @@ void publishOneshot(VadRecord *record)
     _writeCacheVadFileName(record, bytes, length, VadCapture::onshot);
 }
 
-bool isBuffered(VadRecord *record, int32_t offset)
+// Where a status lies in the speech buffer, and where the buffer holds the detector's first byte.
+struct Place {
+    int32_t start;
+    int32_t position;
+};
+
+int64_t wholeNumber(const cJSON *object, const char *key)
 {
-    if (record->speech.length >= offset) return true;
+    constexpr double kLargest = 1LL << 53; // of those that a JSON number holds exactly
+    const cJSON *member = jsonMember(object, key);
+    if (!cJSON_IsNumber(member)) return 0;
+    return static_cast<int64_t>(std::clamp(member->valuedouble, -kLargest, kLargest));
+}
+
+// Offsets count from the detector's start, but the buffer may have been emptied since then, or hold
+// older audio as well. A detector that says how much it had been fed before tells the difference:
+// that byte is the buffer's end. The position of what is gone is the buffer's begin.
+Place placeOf(const VadRecord *record, const cJSON *status)
+{
+    if (!cJSON_IsNumber(jsonMember(status, "fed"))) return {0, jsonInt(status, "offset", 0)};
+    const int64_t start = record->speech.length - wholeNumber(status, "fed");
+    const auto inBuffer = [start](int64_t offset) {
+        return static_cast<int32_t>(std::clamp<int64_t>(start + offset, 0, INT32_MAX));
+    };
+    return {inBuffer(0), inBuffer(wholeNumber(status, "offset"))};
+}
+
+bool isBuffered(VadRecord *record, int32_t position)
+{
+    if (record->speech.length >= position) return true;
     VAD_LOG(kWarning, "  %s offset inaccuracy, speechLen: %d, offset:%d\n", kVadTag,
-            record->speech.length, offset);
+            record->speech.length, position);
     return false;
 }
 
-// The silence before a speech that begins at `offset`.
-void vadCutSlience(VadRecord *record, int32_t offset)
+// The silence before a speech.
+void vadCutSlience(VadRecord *record, const Place &speech)
 {
-    int32_t from = 0;
+    int32_t from = speech.start;
     if (hasFlag(record, kFullMode)) {
         const int32_t end = record->speech.end;
-        VAD_LOG(kInfo, "  %s %d %d\n", kVadTag, end, difference(offset, end));
+        VAD_LOG(kInfo, "  %s %d %d\n", kVadTag, end, difference(speech.position, end));
         // The pause after the last speech is in the silence buffer already.
-        if (end != 0) from = sum(end, pauseBytes(record));
+        if (end != 0) from = std::max(from, sum(end, pauseBytes(record)));
     }
-    addSilence(record, from, offset);
+    addSilence(record, from, speech.position);
 }
 
-void speechBegan(VadRecord *record, const std::string &text, int32_t offset)
+void speechBegan(VadRecord *record, const std::string &text, const Place &place)
 {
     setFlag(record, kInSpeech);
     quillon_publish(record->node, topics::kVadBegin, text.c_str(),
                     static_cast<uint32_t>(text.size()));
     killVadTimer(record);
     publishOneshot(record);
-    if (!isBuffered(record, offset)) return;
-    vadCutSlience(record, offset);
-    record->speech.begin = offset;
+    if (!isBuffered(record, place.position)) return;
+    vadCutSlience(record, place);
+    record->speech.begin = place.position;
 }
 
-void speechEnded(VadRecord *record, const std::string &text, int32_t offset)
+void speechEnded(VadRecord *record, const std::string &text, int32_t position)
 {
     clearFlag(record, kInSpeech);
     quillon_publish(record->node, topics::kVadEnd, text.c_str(),
                     static_cast<uint32_t>(text.size()));
-    if (!isBuffered(record, offset)) return;
-    const int32_t end = difference(offset, pauseBytes(record));
+    if (!isBuffered(record, position)) return;
+    const int32_t end = difference(position, pauseBytes(record));
     VAD_LOG(kInfo, "  %s %d %d\n", kVadTag, end, pauseBytes(record));
-    addSilence(record, end, offset);
+    addSilence(record, end, position);
     record->speech.end = end;
     _cutSnrVoice(record);
 }
@@ -107,12 +134,12 @@ void onStatus(VadRecord *record, const std::string &text)
     VAD_LOG(kInfo, "  %s coreVad result %s\n", kVadTag, text.c_str());
     deliverStatus(record, text);
     Json status = jsonParse(text.c_str());
-    const int32_t offset = jsonInt(status.get(), "offset", 0);
+    const Place place = placeOf(record, status.get());
     switch (jsonInt(status.get(), "status", 0)) {
     case kSpeechBegan:
-        return speechBegan(record, text, offset);
+        return speechBegan(record, text, place);
     case kSpeechEnded:
-        return speechEnded(record, text, offset);
+        return speechEnded(record, text, place.position);
     default: // also without a status at all
         VAD_LOG(kWarning, "  %s coreVad abort\n", kVadTag);
     }

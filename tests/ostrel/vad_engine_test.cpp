@@ -23,7 +23,12 @@ struct Heard {
     std::vector<int64_t> offsets;
     std::vector<size_t> passedBefore;
     std::string speech;
-    bool operator==(const Heard &) const = default;
+    std::vector<size_t> toldAt; // bytes fed by then, the telling call's own included
+    bool operator==(const Heard &other) const
+    {
+        return statuses == other.statuses && offsets == other.offsets &&
+               passedBefore == other.passedBefore && speech == other.speech;
+    }
 
     int ms(size_t status) const { return static_cast<int>(offsets.at(status) / kBytesPerMs); }
 };
@@ -45,15 +50,24 @@ public:
         std::string text = "{\"pauseTime\":" + std::to_string(pauseMs) + "}";
         ASSERT_EQ(ostrel_vad_start(handle_, text.c_str()), 0);
         heard_ = {};
+        earlier_ = fed_ = 0;
     }
-    // What has come since the start; fed in calls of that many bytes.
+    // What has come since the start; fed in calls of that many bytes, one at least.
     Heard feed(const std::string &audio, size_t chunkBytes = 640)
     {
-        EXPECT_EQ(recordings::feed(ostrel_vad_feed, handle_, audio, chunkBytes), 0);
+        size_t at = 0;
+        do {
+            const size_t bytes = std::min(chunkBytes, audio.size() - at);
+            earlier_ = fed_;
+            fed_ += bytes;
+            EXPECT_EQ(ostrel_vad_feed(handle_, audio.data() + at, static_cast<int32_t>(bytes)), 0);
+            at += bytes;
+        } while (at < audio.size());
         return heard_;
     }
     Heard stop()
     {
+        earlier_ = fed_;
         EXPECT_EQ(ostrel_vad_stop(handle_), 0);
         return heard_;
     }
@@ -69,6 +83,7 @@ public:
 private:
     static int32_t onEvent(void *user, int32_t kind, const void *data, int32_t length)
     {
+        const Detector *detector = static_cast<Detector *>(user);
         Heard &heard = static_cast<Detector *>(user)->heard_;
         std::string bytes{static_cast<const char *>(data), static_cast<size_t>(length)};
         if (kind != 0) {
@@ -79,10 +94,17 @@ private:
         heard.statuses += std::to_string(vantel::jsonInt(text.get(), "status", -1));
         heard.offsets.push_back(vantel::jsonInt(text.get(), "offset", -1));
         heard.passedBefore.push_back(heard.speech.size());
+        heard.toldAt.push_back(detector->fed_);
+        // What a caller keeps of earlier calls reaches up to the offset.
+        const size_t fed = static_cast<size_t>(vantel::jsonInt(text.get(), "fed", -1));
+        EXPECT_EQ(fed, detector->earlier_);
+        EXPECT_LE(static_cast<size_t>(heard.offsets.back()), fed);
         return 0;
     }
 
     Heard heard_;
+    size_t earlier_ = 0; // bytes, fed before the call that is under way
+    size_t fed_ = 0;
     void *handle_;
 };
 
@@ -122,12 +144,38 @@ TEST_P(AnyDetector, SpeechIsPassedOnBetweenTheStatusesWithWhatCameShortlyBefore)
     EXPECT_GE(begin + heard.speech.size(), static_cast<size_t>(heard.offsets[1]));
 }
 
-TEST_P(AnyDetector, CuttingOfTheAudioIntoCallsChangesNothing)
+TEST_P(AnyDetector, CuttingOfTheAudioIntoCallsChangesNothingButWhenItIsTold)
 {
-    Heard expected = detector.hear(numbers);
-    ASSERT_EQ(expected.statuses, "12");
-    for (size_t chunkBytes : {1, 31, 1024, 3200, 1000000})
-        EXPECT_TRUE(detector.hear(numbers, chunkBytes) == expected) << chunkBytes;
+    const std::string audio = command + silence(700) + numbers;
+    for (int pauseMs : {300, 500}) {
+        const Heard expected = detector.hear(audio, kBytesPerMs, pauseMs);
+        ASSERT_EQ(expected.statuses, "1212");
+        for (size_t chunkBytes : {1, 320, 639, 640, 1024, 3199, 6400, 12800, 64000, 1000000}) {
+            const Heard heard = detector.hear(audio, chunkBytes, pauseMs);
+            EXPECT_TRUE(heard == expected) << chunkBytes;
+            for (size_t i = 0; i < heard.statuses.size(); ++i) {
+                // The call that brings the audio which decides, or the next when calls are long.
+                const size_t soonest = (expected.toldAt[i] + chunkBytes - 1) / chunkBytes;
+                const size_t calls = soonest + (chunkBytes > 20 * kBytesPerMs ? 1 : 0);
+                EXPECT_LE(heard.toldAt[i], calls * chunkBytes) << chunkBytes;
+            }
+        }
+    }
+}
+
+TEST_P(AnyDetector, StopTellsWhatIsKnownButNoBeginningBehindAnEndThatWasTold)
+{
+    const std::string begun = command.substr(0, 1500 * kBytesPerMs);
+    detector.start();
+    EXPECT_EQ(detector.feed(command + silence(700) + begun, 1000000).statuses, "");
+    EXPECT_EQ(detector.stop().statuses, "121");
+    detector.start();
+    detector.feed(command + silence(700), 1000000);
+    EXPECT_EQ(detector.feed(begun, 1000000).statuses, "12");
+    EXPECT_EQ(detector.stop().statuses, "12");
+    detector.start();
+    detector.feed(command + silence(700), 1000000);
+    EXPECT_EQ(detector.feed("").statuses, "12") << "a call without audio is a call as well";
 }
 
 TEST_P(AnyDetector, SpeechEndsAfterThePauseThatTheStartAsksFor)

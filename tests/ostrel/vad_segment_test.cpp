@@ -16,6 +16,7 @@ struct Case {
     int pauseMs = 30;
     int marginMs = 10;
     int longestMs = 0;
+    int endLeadMs = 0;
 };
 
 std::string take(Segmenter *segmenter, const char *frames)
@@ -41,7 +42,8 @@ void expectEvents(const std::vector<Case> &cases)
                                          .onsetFrames = 2,
                                          .onsetWindow = 3,
                                          .beginMarginMs = given.marginMs,
-                                         .maxSpeechMs = given.longestMs},
+                                         .maxSpeechMs = given.longestMs,
+                                         .endLeadMs = given.endLeadMs},
                             .frameBytes = 10 * kBytesPerMs,
                             .pauseBytes = given.pauseMs * kBytesPerMs};
         EXPECT_EQ(take(&segmenter, given.frames), given.events);
@@ -62,7 +64,9 @@ TEST(Frames, SpeechEndsWhereThePauseAfterItsLastFrameEnds)
 {
     expectEvents({{"##.~..~....", "begin 0 at 20, end 100 at 100"},
                   {"##...", "begin 0 at 20, end 45 at 50", 25},
-                  {"##..", "begin 0 at 20, end 20 at 30", 0}});
+                  {"##..", "begin 0 at 20, end 20 at 30", 0},
+                  {"##....", "begin 0 at 20, end 45 at 60", 35, 10, 0, 15}, // a lead ahead
+                  {"##...", "begin 0 at 20, end 40 at 50", 30, 10, 0, 10}});
 }
 
 TEST(Frames, NextUtteranceNeedsAnOnsetOfItsOwnAndDoesNotReachIntoTheLast)

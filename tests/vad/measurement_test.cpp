@@ -20,6 +20,13 @@ protected:
         for (const std::string &status : statuses)
             emit("ostrel_vad_stop", 0, status);
     }
+    void tellWhileRunning(const Lines &statuses)
+    {
+        settle();
+        for (const std::string &status : statuses)
+            detect(0, status);
+        send("sys.localRecorder.pcm", "");
+    }
     // A turn that is fed in one piece, with what the detector says once the piece is heard.
     void turn(const std::string &audio, const Lines &statuses)
     {
@@ -103,6 +110,55 @@ TEST_F(Measurement, FullModeTakesEachSilenceOnce)
     begin(kPause300);
     turn(kSpoken + noise(4000, 20), statuses);
     EXPECT_EQ(lengths(), R"({"silenceLen":121600,"voiceLen":32000)");
+}
+
+// What the buffer lost or kept while the detector ran on does not move what is taken from it.
+TEST_F(Measurement, PositionsAreRightWhateverTheBufferLostWhenTheDetectorSaysWhatItWasFed)
+{
+    const std::string quiet = noise(16000, 20);
+    const auto spoken = [](int32_t before) { // behind so many bytes of the same start
+        return Lines{began(before + 32000, before + 80000), ended(before + 73600, before + 80000)};
+    };
+    const std::string both = R"({"silenceLen":41600,"voiceLen":32000)";
+    for (const char *configuration :
+         {R"({"vad":{"timeout":200000}})", R"({"vad":{"timeout":200000,"fullMode":1}})"}) {
+        begin(configuration);
+        beginMeasurement();
+        start();
+        feed(quiet);
+        advance(200000); // empties it
+        EXPECT_EQ(logged("vad timeout reset snr buffer"), 1U);
+        feed(kSpoken);
+        say(spoken(32000));
+        send("sys.localVad.ctrl", R"({"operation":"stop"})");
+        endMeasurement();
+        EXPECT_EQ(lengths(), both);
+
+        turn(quiet, {}); // nobody spoke; and one that is not measured
+        start();
+        feed(quiet + noise(1000, 9000));
+        stop();
+        turn(kSpoken, spoken(0));
+        EXPECT_EQ(lengths(), both);
+
+        // The measurement emptied it while the detector runs on, as in full duplex.
+        beginMeasurement();
+        start();
+        for (int32_t before : {0, 80000}) {
+            feed(kSpoken);
+            tellWhileRunning(spoken(before));
+            endMeasurement();
+            EXPECT_EQ(lengths(), both);
+            beginMeasurement();
+        }
+        // Speech has begun before that: what is left of it counts, and its pause is the silence.
+        feed(kSpoken.substr(32000));
+        tellWhileRunning({began(150000, 208000), ended(201600, 208000)});
+        endMeasurement();
+        EXPECT_EQ(lengths(), R"({"silenceLen":9600,"voiceLen":32000)");
+        EXPECT_EQ(logged("offset inaccuracy"), 0U);
+        EXPECT_EQ(errors(), std::vector<int>{-7395});
+    }
 }
 
 TEST_F(Measurement, ARatioAtTheThresholdPassesAndOneBelowDoesNot)

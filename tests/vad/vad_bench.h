@@ -44,14 +44,15 @@ protected:
     {
         scripted::emit("ostrel_vad_feed", kind, data, afterBytes);
     }
-    static std::string began(int32_t offset)
+    // Without `fed` the detector does not say how much it was fed before.
+    static std::string status(int32_t status, int32_t offset, int32_t fed)
     {
-        return R"({"status":1,"offset":)" + std::to_string(offset) + "}";
+        const std::string more = fed < 0 ? "" : ",\"fed\":" + std::to_string(fed);
+        return "{\"status\":" + std::to_string(status) + ",\"offset\":" + std::to_string(offset) +
+               more + "}";
     }
-    static std::string ended(int32_t offset)
-    {
-        return R"({"status":2,"offset":)" + std::to_string(offset) + "}";
-    }
+    static std::string began(int32_t offset, int32_t fed = -1) { return status(1, offset, fed); }
+    static std::string ended(int32_t offset, int32_t fed = -1) { return status(2, offset, fed); }
 
     // What the engine was asked once the node has handled everything.
     Lines asked(const std::string &prefix = "")
