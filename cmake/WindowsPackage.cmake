@@ -2,7 +2,7 @@
 install(FILES packaging/windows/QUICKSTART.md LICENSE DESTINATION .)
 install(FILES packaging/windows/models.txt DESTINATION ${CMAKE_INSTALL_DATADIR}/vantel
         RENAME README.txt)
-install(FILES examples/events.c DESTINATION examples)
+install(DIRECTORY examples DESTINATION .)
 
 # The terms of what is built in.
 set(terms cjson/LICENSE flite/COPYING libsamplerate/COPYING libsndfile/COPYING

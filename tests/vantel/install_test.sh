@@ -1,29 +1,57 @@
 #!/usr/bin/env bash
-# usage: install_test.sh BUILD-FOLDER SOURCE-FOLDER C-COMPILER
+# usage: install_test.sh BUILD-FOLDER SOURCE-FOLDER C-COMPILER RECORDING
 #
-# Installs the build into a fresh folder; a program outside the tree then finds, links and runs the
-# library there, once through the CMake package and once through pkg-config.
+# Installs the build into a fresh folder; programs outside the tree then find, link and run the
+# library there: the examples through the CMake package, the README's program, as it stands there,
+# through pkg-config.
 set -euo pipefail
 # shellcheck source=tests/support/checks.sh
 . "$(dirname "$0")/../support/checks.sh"
-build=$1 source=$2 compiler=$3
+build=$1 source=$2 compiler=$3 recording=$4
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 prefix=$work/installed
+command='{"api":"go","param":{"direction":"forward","meters":10}}'
 
 cmake --install "$build" --prefix "$prefix" >/dev/null
 cp -r "$source/examples" "$work/outside"
-
-cmake -S "$work/outside" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" \
+cmake -S "$work/outside" -B "$work/cmake" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" \
     -DCMAKE_C_COMPILER="$compiler" >/dev/null
 cmake --build "$work/cmake" >/dev/null
-prints_status "$work/cmake/events"
+cd "$work/outside"
+expect_equal "the recording's command" "$command" "$("$work/cmake/command" "$recording")"
+"$work/cmake/text" | grep 'event 1005: .*Good to hear' >/dev/null || fail "text got no reply"
+"$work/cmake/dialog_client" | grep 'event 1005: .*On my way' >/dev/null || fail "no second reply"
 
 export PKG_CONFIG_PATH
 PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name vantel.pc)")
-flags=$(pkg-config --cflags --libs vantel)
 library_folder=$(pkg-config --variable=libdir vantel)
-# shellcheck disable=SC2086  # the flags are several words
-"$compiler" -std=c11 "$source/examples/events.c" $flags -Wl,-rpath,"$library_folder" \
-    -o "$work/events"
-prints_status "$work/events"
+link() { # link PACKAGE SOURCE PROGRAM
+    local flags
+    read -ra flags <<<"$(pkg-config --cflags --libs "$1")"
+    "$compiler" -std=c11 "$2" "${flags[@]}" -Wl,-rpath,"$library_folder" -o "$3"
+}
+# shellcheck disable=SC2016  # fences of Markdown
+sed -n '/^```c$/,/^```$/{/^```/d;p}' "$source/README.md" >"$work/microphone.c"
+link vantel "$work/microphone.c" "$work/microphone"
+coproc program { "$work/microphone"; }
+# shellcheck disable=SC2154  # coproc sets it
+in=${program[1]} out=${program[0]} pid=$program_PID
+wait_for() { # wait_for LINE: on the program's output
+    local line
+    while IFS= read -r -t 60 -u "$out" line; do [[ $line == "$1" ]] && return; done
+    fail "the README's program did not print $1"
+}
+wait_for '{"status":"listening"}' # what comes before belongs to no turn
+cat "$recording" >&"$in"
+head -c 32000 /dev/zero >&"$in"
+wait_for "$command"
+exec {in}>&-
+wait "$pid" || fail "the README's program ended with $?"
+
+printf '#include <contracts/ostrel.h>\nint main(void) { return ostrel_library_load("{}"); }\n' \
+    >"$work/engine.c"
+link vantel-ostrel "$work/engine.c" "$work/engine"
+"$work/engine" || fail "the engine alone does not load"
+
+((failures == 0))
