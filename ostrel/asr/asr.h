@@ -35,11 +35,18 @@ struct Recogniser {
     std::string lastPartial;
 };
 
+// When a word was spoken, in milliseconds from the beginning of the utterance.
+struct WordTime {
+    int32_t beginMs;
+    int32_t endMs;
+};
+
 // What a whole utterance came to.
 struct GrammarResult {
     std::vector<std::string> words;
-    std::string reading; // of the words as they were spoken; empty when nothing tells
-    int64_t phones = 0;  // of the words, and the frames that these take
+    std::vector<WordTime> times; // of the words
+    std::string reading;         // of the words as they were spoken; empty when nothing tells
+    int64_t phones = 0;          // of the words, and the frames that these take
     int64_t wordFrames = 0;
     double fitAll = 0; // A and W of the confidence scale
     double fitWords = 0;

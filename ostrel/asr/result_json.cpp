@@ -18,6 +18,19 @@ void addConfidence(cJSON *object, double confidence)
     cJSON_AddNumberToObject(object, "conf", std::round(confidence * 1e4) / 1e4);
 }
 
+void addWords(cJSON *object, const GrammarResult &result)
+{
+    if (result.times.empty()) return;
+    cJSON *words = cJSON_AddArrayToObject(object, "words");
+    for (size_t i = 0; i < result.times.size(); ++i) {
+        Json word{cJSON_CreateObject()};
+        cJSON_AddStringToObject(word.get(), "text", result.words[i].c_str());
+        cJSON_AddNumberToObject(word.get(), "begin", result.times[i].beginMs);
+        cJSON_AddNumberToObject(word.get(), "end", result.times[i].endMs);
+        cJSON_AddItemToArray(words, word.release());
+    }
+}
+
 void addMeaning(cJSON *object, const Grammar &grammar, const std::vector<std::string> &words)
 {
     Meaning meaning;
@@ -68,6 +81,7 @@ HeapText finalResult(const Recogniser &recogniser, const GrammarResult &grammar,
             cJSON_AddNumberToObject(fit, "all", grammar.fitAll);
             cJSON_AddNumberToObject(fit, "words", grammar.fitWords);
         }
+        addWords(object, grammar);
         if (!grammar.words.empty()) addMeaning(object, *recogniser.grammar, grammar.words);
     }
     // An utterance always has a result, if an empty one.

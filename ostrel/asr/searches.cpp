@@ -23,9 +23,25 @@ void addWord(const Grammar &grammar, const Segment &segment, GrammarResult *resu
     if (!reading.empty()) result->reading += (result->reading.empty() ? "" : " ") + reading;
 }
 
+// Samples of noise around an utterance whose words borrow the model: a quarter of a second.
+constexpr size_t kBorrowedMargin = 4000;
+
+// The searched audio may begin before the utterance, and end behind it.
+void addTime(const Recogniser &recogniser, const Segment &segment, GrammarResult *result)
+{
+    constexpr int32_t kFrameMs = 10;
+    constexpr int32_t kSamplesPerMs = 16;
+    const auto marginMs =
+        static_cast<int32_t>(recogniser.borrowsModel ? kBorrowedMargin / kSamplesPerMs : 0);
+    const auto lengthMs = static_cast<int32_t>(recogniser.audio.size() / kSamplesPerMs);
+    auto within = [&](int32_t frame) {
+        return std::clamp(frame * kFrameMs - marginMs, 0, lengthMs);
+    };
+    result->times.push_back({within(segment.firstFrame), within(segment.lastFrame + 1)});
+}
+
 std::vector<int16_t> searchedAudio(const Recogniser &recogniser)
 {
-    constexpr size_t kBorrowedMargin = 4000; // a quarter of a second
     if (!recogniser.borrowsModel) return withNoise(recogniser.audio, kWeakNoise, 0);
     return withNoise(recogniser.audio, noiseUnder(recogniser.audio), kBorrowedMargin);
 }
@@ -44,8 +60,11 @@ bool recogniseGrammar(Recogniser *recogniser, GrammarResult *result)
                                 [](const Segment &segment) { return segment.word >= 0; });
     if (!hasWords) return true;
     if (!decoderPass(decoder, Search::phones, &phones)) return false;
-    for (const Segment &segment : words)
-        if (segment.word >= 0) addWord(*recogniser->grammar, segment, result);
+    for (const Segment &segment : words) {
+        if (segment.word < 0) continue;
+        addWord(*recogniser->grammar, segment, result);
+        addTime(*recogniser, segment, result);
+    }
     measureFit(words, phones, result);
     return true;
 }
