@@ -34,11 +34,12 @@ int32_t compileGrammar(const cJSON *configuration)
     return result;
 }
 
-int grammarCheckCommand(const std::string &path)
+int grammarCheckCommand(const std::string &path, Output *output)
 {
     // The engine tells in its log what is wrong, and where.
     LogFolder logs;
-    logs.useTemporary();
+    if (!logs.useTemporary()) return complain("the folder of temporary files cannot be written");
+    LogTail log{logs.engineLog()};
     int32_t result = loadEngine(logs);
     if (result == 0) {
         Json configuration{cJSON_CreateObject()};
@@ -46,13 +47,11 @@ int grammarCheckCommand(const std::string &path)
         result = compileGrammar(configuration.get());
         ostrel_library_release();
     }
-    logs.showErrors();
-    if (result != 0) {
-        std::fprintf(stderr, "vantel: %s does not compile (code %d)\n", path.c_str(), result);
-        return kExitError;
-    }
-    std::printf("%s compiles\n", path.c_str());
-    return 0;
+    showComplaints(&log, false);
+    if (result != 0)
+        return complain(path + " does not compile (code " + std::to_string(result) + ")");
+    output->write(path + " compiles\n");
+    return kExitDone;
 }
 
 } // namespace vantel::app

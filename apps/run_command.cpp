@@ -1,14 +1,17 @@
-#include "apps/audio_source.h"
 #include "apps/commands.h"
 #include "apps/configuration.h"
 #include "apps/engine_log.h"
+#include "apps/recording.h"
 #include "apps/session.h"
 #include "apps/timeline.h"
+#include "platform/console.h"
+
+#include <vantel/vantel.h>
 
 #include <atomic>
-#include <csignal>
 #include <cstdio>
 #include <mutex>
+#include <optional>
 #include <thread>
 
 namespace vantel::app
@@ -19,219 +22,247 @@ namespace
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-// Silence behind the input, so that its last utterance can end.
-constexpr double kTrailingSeconds = 3.0;
-// The library bounds every wait for a reply; this one is for a reply that never comes.
-constexpr milliseconds kReplyLimit{60000};
-
-std::atomic<bool> isInterrupted{false};
-
-void onInterrupt(int)
+void setText(cJSON *object, const char *key, const std::string &text)
 {
-    isInterrupted = true;
-    std::signal(SIGINT, SIG_DFL); // the second time ends the program at once
+    cJSON_DeleteItemFromObject(object, key);
+    cJSON_AddStringToObject(object, key, text.c_str());
 }
 
-int complain(const std::string &what)
+void setLevel(cJSON *object, int level)
 {
-    std::fprintf(stderr, "vantel: %s\n", what.c_str());
-    return kExitError;
+    cJSON_DeleteItemFromObject(object, "level");
+    cJSON_AddNumberToObject(object, "level", level);
 }
 
-// Every input file one after the other, silence between them.
-class Input
-{
-public:
-    explicit Input(std::vector<std::unique_ptr<AudioSource>> sources) : sources_(std::move(sources))
-    {
-        for (const auto &source : sources_)
-            total_ += source->seconds();
-    }
-
-    // The next chunk; silence for a while after each source, then nothing.
-    std::vector<int16_t> next()
-    {
-        while (at_ < sources_.size()) {
-            std::vector<int16_t> chunk = sources_[at_]->read();
-            if (!chunk.empty()) {
-                heard_ += static_cast<double>(chunk.size()) / kSampleRate;
-                silence_ = 0;
-                return chunk;
-            }
-            if (sources_[at_]->isLive()) return {};
-            if (silence_ < kTrailingSeconds) {
-                silence_ += static_cast<double>(kChunkSamples) / kSampleRate;
-                return std::vector<int16_t>(kChunkSamples);
-            }
-            silence_ = 0;
-            ++at_;
-        }
-        return {};
-    }
-    // Nothing is left of the input that could hold a command.
-    bool isSpent() const
-    {
-        constexpr double kShortestCommandSeconds = 0.3;
-        if (at_ >= sources_.size()) return true;
-        if (at_ + 1 < sources_.size() || sources_[at_]->isLive()) return false;
-        return silence_ > 0 || total_ - heard_ < kShortestCommandSeconds;
-    }
-    double heard() const { return heard_; }
-    double total() const { return total_; }
-
-private:
-    std::vector<std::unique_ptr<AudioSource>> sources_;
-    size_t at_ = 0;
-    double heard_ = 0;
-    double total_ = 0;
-    double silence_ = 0; // seconds fed behind the current source
-};
-
-void setLogging(cJSON *initialisation, int level, const std::string &folder)
-{
-    cJSON_DeleteItemFromObject(initialisation, "level");
-    cJSON_DeleteItemFromObject(initialisation, "logDirPath");
-    cJSON_AddNumberToObject(initialisation, "level", level);
-    if (!folder.empty()) cJSON_AddStringToObject(initialisation, "logDirPath", folder.c_str());
-}
-
-// Decides where the logs go: to the folder of the options, else where the configuration says. When
-// neither says anything, only errors are logged, and nothing comes between the events.
+// Decides where the logs go: to the folder of the options, else to the configuration's. When
+// neither names one, to a temporary folder, with what the tool itself wants to know.
 bool chooseLogs(const RunOptions &options, Configuration *configuration, LogFolder *logs,
                 std::string *error)
 {
     constexpr int kEverything = 1;
-    constexpr int kErrorsOnly = 5;
-    constexpr int kNothing = 6;
+    constexpr int kResults = 3;
     cJSON *initialisation = configuration->initialisation.get();
-    if (!options.logFolder.empty()) {
-        if (!logs->use(options.logFolder)) {
-            *error = options.logFolder + ": logs cannot be written there";
-            return false;
-        }
-        setLogging(initialisation, kEverything, options.logFolder);
-    } else if (!jsonMember(initialisation, "level") && !jsonMember(initialisation, "logDirPath")) {
-        if (logs->useTemporary()) {
-            setLogging(initialisation, kErrorsOnly, logs->path());
-        } else {
-            setLogging(initialisation, kNothing, "");
-        }
+    const char *configured = jsonString(initialisation, "logDirPath");
+    const std::string folder = !options.logFolder.empty() ? options.logFolder
+                               : configured               ? configured
+                                                          : "";
+    const bool isWritable = folder.empty()
+                                ? logs->useTemporary()
+                                : logs->use(folder, jsonInt(initialisation, "mode", 0) == 0);
+    if (!isWritable) {
+        *error = (folder.empty() ? "the folder of temporary files" : folder) +
+                 ": logs cannot be written there";
+        return false;
     }
+    setText(initialisation, "logDirPath", logs->path());
+    if (!options.logFolder.empty() || folder.empty())
+        setLevel(initialisation, folder.empty() ? kResults : kEverything);
     return true;
 }
 
 // Says where more about a failure is to be found.
-std::string withHint(const std::string &error, const RunOptions &options, const LogFolder &logs)
+std::string withHint(const std::string &error, const LogFolder &logs)
 {
-    if (!options.logFolder.empty())
-        return error + "; the logs in " + options.logFolder + " tell more";
-    return logs.path().empty() ? error + "; --log FOLDER tells more" : error;
+    if (logs.path().empty() || logs.isTemporary()) return error + "; --log FOLDER tells more";
+    return error + "; the logs in " + logs.path() + " tell more";
 }
 
-bool openInput(const RunOptions &options, std::vector<std::unique_ptr<AudioSource>> *sources,
-               std::string *error)
+bool openInput(const RunOptions &options, std::vector<Recording> *input, std::string *error)
 {
     if (options.useMicrophone) {
-        sources->push_back(openMicrophone(options.device, error));
-        return sources->back() != nullptr;
+        std::unique_ptr<AudioSource> source = openMicrophone(options.device, error);
+        if (source) input->emplace_back("microphone", std::move(source));
+        return !input->empty();
     }
     for (const std::string &path : options.audioPaths) {
-        sources->push_back(openAudioFile(path, error));
-        if (!sources->back()) return false;
+        std::unique_ptr<AudioSource> source = openAudioFile(path, error);
+        if (!source) return false;
+        input->emplace_back(path, std::move(source));
     }
     return true;
 }
 
-// Feeds the input while the dialog listens, and starts the next dialog when one has ended. Returns
-// why the dialog cannot go on; nothing when all input was heard.
-std::string hold(Session &session, Input &input, Timeline &timeline, std::mutex &output,
-                 const RunOptions &options)
+std::string withoutBlanks(std::string text)
 {
-    auto due = steady_clock::now();
-    int32_t started = 0;
-    while (!isInterrupted) {
-        if (session.hasFailed()) return "a part of the speech engine cannot be made";
-        std::string status = session.status();
-        if (status == "silence") {
-            if (input.isSpent()) break;
-            session.startDialog();
-            if (session.status() == "silence" && session.dialogs() == started)
-                return "the dialog does not start";
-            started = session.dialogs();
-            continue;
-        }
-        if (status != "listening") {
-            if (!session.waitForChange(status, kReplyLimit)) return "no reply came";
-            due = steady_clock::now();
-            continue;
-        }
-        std::vector<int16_t> chunk = input.next();
-        if (chunk.empty()) break;
-        session.feed(chunk.data(), chunk.size());
-        {
-            std::lock_guard locked{output};
-            timeline.progress(input.heard(), input.total());
-        }
-        if (!options.isFast && !options.useMicrophone) {
-            due += milliseconds(1000 * kChunkSamples / kSampleRate);
-            std::this_thread::sleep_until(due);
-        }
-    }
-    return {};
+    std::erase(text, ' ');
+    return text;
 }
 
-// Returns the exit code; `error` says what went wrong.
-int runDialogs(const RunOptions &options, const Configuration &configuration, Input input,
-               std::string *error)
+// Holds dialogs over the recordings and shows what happens.
+class Run
 {
-    HeapText initialisation = jsonPrint(configuration.initialisation.get());
-    HeapText parameters = jsonPrint(configuration.parameters.get());
-    std::signal(SIGINT, onInterrupt);
-    Timeline timeline{options.isJson};
-    std::mutex output; // events come on the library's threads, progress on this one
-    Session session{initialisation.get(), parameters.get(), [&](const HostEvent &event) {
-                        std::lock_guard locked{output};
-                        timeline.show(event);
-                    }};
-    *error = session.error();
-    if (!error->empty()) return kExitError;
-    *error = hold(session, input, timeline, output, options);
-    session.stopDialog();
+public:
+    Run(const RunOptions &options, const LogFolder &logs, Output *output)
+        : options_(options), output_(output), engineLog_(logs.engineLog()),
+          libraryLog_(logs.libraryLog()), timeline_(output, options.isJson)
     {
-        std::lock_guard locked{output};
-        timeline.clearProgress();
     }
-    if (!error->empty()) return kExitError;
-    if (session.commands() > 0) return kExitRecognised;
-    if (!options.isJson)
-        std::printf("no command was recognised%s\n",
-                    session.texts() > 0 ? ": the text has no meaning in the grammar" : "");
-    return kExitNothingRecognised;
-}
+
+    // The exit code; *error says why not all was heard.
+    int hold(const Configuration &configuration, std::vector<Recording> *input, std::string *error)
+    {
+        HeapText initialisation = jsonPrint(configuration.initialisation.get());
+        HeapText parameters = jsonPrint(configuration.parameters.get());
+        Session session{initialisation.get(), parameters.get(),
+                        [this](int32_t event, int32_t type, const std::string &data) {
+                            show({{}, event, type, data, {}});
+                        }};
+        *error = session.error();
+        showComplaints(&engineLog_, true);
+        bool isRecognised = false;
+        for (Recording &recording : *input) {
+            if (!error->empty() || isOver()) break;
+            begin(recording);
+            *error = hear(session, &recording);
+            // A dialog may go on in the next recording.
+            if (&recording == &input->back() || !error->empty() || isOver()) session.stopDialog();
+            isRecognised |= end(recording);
+        }
+        showComplaints(&engineLog_, false);
+        if (error->empty()) *error = output_->error();
+        if (!error->empty()) return kExitFailure;
+        return isRecognised ? kExitDone : kExitNothingRecognised;
+    }
+
+private:
+    bool isOver() const { return platformInterrupted() || !output_->error().empty(); }
+
+    Moment now(const std::string &file) const
+    {
+        const auto elapsed = steady_clock::now() - begin_;
+        return {std::chrono::duration_cast<milliseconds>(elapsed).count(), file, positionMs_};
+    }
+
+    void show(HostEvent event)
+    {
+        std::lock_guard locked{mutex_};
+        event.moment = now(file_);
+        std::optional<HeardResult> heard;
+        if (event.event == VANTEL_EVENT_ERROR || event.event == VANTEL_EVENT_ASR)
+            heard = resultBehind(event);
+        if (heard && event.event == VANTEL_EVENT_ASR) event.words = heard->words;
+        verdict_.take(event, heard);
+        timeline_.show(event, heard);
+    }
+
+    // The recogniser's result that an event came from: the one that was taken, or the first of
+    // those that were dropped.
+    std::optional<HeardResult> resultBehind(const HostEvent &event)
+    {
+        Json data = jsonParse(event.data.c_str());
+        const char *taken = jsonString(data.get(), "text");
+        if (event.event == VANTEL_EVENT_ASR && !taken) return std::nullopt; // a partial one
+        const std::vector<HeardResult> all = newResults(&libraryLog_);
+        for (const HeardResult &each : all)
+            if (!taken || withoutBlanks(each.text) == withoutBlanks(taken)) return each;
+        return std::nullopt;
+    }
+
+    void begin(const Recording &recording)
+    {
+        std::lock_guard locked{mutex_};
+        file_ = recording.name();
+        positionMs_ = 0;
+        verdict_ = {};
+        timeline_.beginRecording(file_);
+    }
+
+    bool end(const Recording &recording)
+    {
+        std::lock_guard locked{mutex_};
+        timeline_.clearProgress();
+        // There is none on a recording that was not heard to its end.
+        if (recording.isLive() || !platformInterrupted())
+            timeline_.endRecording(now(recording.name()), verdict_);
+        return verdict_.isRecognised();
+    }
+
+    // Waits for the reply of the dialog service, or the end of its speech.
+    bool waitForReply(Session &session, const std::string &status)
+    {
+        // The library bounds every wait for a reply; this one is for a reply that never comes.
+        constexpr milliseconds kReplyLimit{60000};
+        constexpr milliseconds kLookAround{100};
+        for (milliseconds waited{0}; waited < kReplyLimit && !isOver(); waited += kLookAround)
+            if (session.waitForChange(status, kLookAround)) return true;
+        return isOver();
+    }
+
+    // Feeds the recording while the dialog listens, and starts the next dialog when one has ended.
+    // Returns why the dialog cannot go on; nothing when all was heard.
+    std::string hear(Session &session, Recording *recording)
+    {
+        auto due = steady_clock::now();
+        while (!isOver()) {
+            if (session.hasFailed()) return "a part of the speech engine cannot be made";
+            const std::string status = session.status();
+            if (status == "silence") {
+                session.settle(); // what belongs to the dialog that has ended
+                if (recording->isSpent()) break;
+                const int32_t started = session.dialogs();
+                session.startDialog();
+                if (session.status() == "silence" && session.dialogs() == started)
+                    return "the dialog does not start";
+                continue;
+            }
+            if (status != "listening") {
+                if (!waitForReply(session, status)) return "no reply came";
+                due = steady_clock::now();
+                continue;
+            }
+            const std::vector<int16_t> chunk = recording->next();
+            if (chunk.empty()) break;
+            positionMs_ = recording->positionMs();
+            session.feed(chunk.data(), chunk.size());
+            {
+                std::lock_guard locked{mutex_};
+                timeline_.progress(recording->heard(), recording->total());
+            }
+            if (options_.isFast || recording->isLive()) continue;
+            due += milliseconds(static_cast<int>(chunk.size()) * 1000 / kSampleRate);
+            std::this_thread::sleep_until(due);
+        }
+        return {};
+    }
+
+    const RunOptions &options_;
+    const steady_clock::time_point begin_ = steady_clock::now();
+    Output *output_;
+    LogTail engineLog_;
+    std::atomic<int64_t> positionMs_{0};
+    // Guarded by mutex_: events come on the library's threads, progress on the tool's.
+    std::mutex mutex_;
+    LogTail libraryLog_;
+    Timeline timeline_;
+    std::string file_;
+    Verdict verdict_;
+};
 
 } // namespace
 
-int runCommand(const RunOptions &options)
+int runCommand(const RunOptions &options, Output *output)
 {
     std::string error;
     if (options.listDevices) {
         for (const std::string &name : microphoneNames(&error))
-            std::printf("%s\n", name.c_str());
-        return error.empty() ? 0 : complain(error);
+            output->write(name + "\n");
+        return error.empty() ? kExitDone : complain(error);
     }
-    if (options.audioPaths.empty() && !options.useMicrophone)
-        return complain("nothing to hear: give a recording or --mic");
+    if (options.audioPaths.empty() && !options.useMicrophone) {
+        complain("nothing to hear: give a recording or --mic");
+        return kExitUsage;
+    }
     Configuration configuration;
     LogFolder logs; // before the session, which still writes while it ends
-    std::vector<std::unique_ptr<AudioSource>> sources;
+    std::vector<Recording> input;
     if (!loadConfiguration(options, &configuration, &error) ||
-        !chooseLogs(options, &configuration, &logs, &error) ||
-        !openInput(options, &sources, &error)) {
+        !chooseLogs(options, &configuration, &logs, &error) || !openInput(options, &input, &error))
         return complain(error);
-    }
-    const int code = runDialogs(options, configuration, Input{std::move(sources)}, &error);
-    logs.showErrors();
-    return error.empty() ? code : complain(withHint(error, options, logs));
+    platformCatchInterrupts();
+    Run run{options, logs, output};
+    const int code = run.hold(configuration, &input, &error);
+    if (error.empty()) return code;
+    return complain(output->error().empty() ? withHint(error, logs) : error);
 }
 
 } // namespace vantel::app

@@ -11,13 +11,6 @@ namespace vantel::app
 namespace
 {
 
-enum Event : int32_t {
-    kRecognition = 1004,
-    kReply = 1005,
-    kError = 1006,
-    kStatus = 1012,
-};
-
 // The codes of the engine's parts that could not be made: without them nothing is ever recognised.
 bool isFatal(int errorId)
 {
@@ -66,39 +59,30 @@ Session::~Session()
 char *Session::callback(void *user, const void *data, uint32_t length, int32_t type, int32_t event)
 {
     Session *session = static_cast<Session *>(user);
-    auto elapsed = std::chrono::steady_clock::now() - session->begin_;
-    HostEvent seen{std::chrono::duration_cast<std::chrono::milliseconds>(elapsed).count(), event,
-                   type,
-                   data ? std::string(static_cast<const char *>(data), length) : std::string()};
-    session->observe(seen);
+    const std::string text{data ? static_cast<const char *>(data) : "", data ? length : 0};
+    session->observe(event, type, text);
     // Two of the library's threads deliver events.
     std::lock_guard locked{session->sinkMutex_};
-    session->sink_(seen);
+    session->sink_(event, type, text);
     return nullptr;
 }
 
-void Session::observe(const HostEvent &event)
+void Session::observe(int32_t event, int32_t type, const std::string &text)
 {
-    if (event.type != 101) return;
-    Json data = jsonParse(event.data.c_str());
+    if (type != VANTEL_TYPE_JSON) return;
+    Json data = jsonParse(text.c_str());
     bool speaks = false;
     {
         std::lock_guard locked{mutex_};
-        switch (event.event) {
-        case kStatus:
+        switch (event) {
+        case VANTEL_EVENT_STATUS:
             status_ = textOf(jsonString(data.get(), "status"));
             if (status_ == "listening") ++dialogs_;
             break;
-        case kRecognition:
-            if (jsonInt(data.get(), "eof", 0) != 1) break;
-            ++texts_;
-            // Only a grammar's result has a meaning.
-            if (jsonObject(data.get(), "post")) ++commands_;
-            break;
-        case kReply:
+        case VANTEL_EVENT_DM_OUTPUT:
             speaks = !textOf(jsonString(jsonMember(data.get(), "dm"), "nlg")).empty();
             break;
-        case kError:
+        case VANTEL_EVENT_ERROR:
             if (isFatal(jsonInt(data.get(), "errId", 0))) hasFailed_ = true;
             break;
         default:
@@ -153,18 +137,6 @@ int32_t Session::dialogs() const
 {
     std::lock_guard locked{mutex_};
     return dialogs_;
-}
-
-int32_t Session::texts() const
-{
-    std::lock_guard locked{mutex_};
-    return texts_;
-}
-
-int32_t Session::commands() const
-{
-    std::lock_guard locked{mutex_};
-    return commands_;
 }
 
 bool Session::hasFailed() const

@@ -11,15 +11,8 @@
 namespace vantel::app
 {
 
-struct HostEvent {
-    int64_t ms; // since the session began
-    int32_t event;
-    int32_t type;
-    std::string data;
-};
-
-// Events come one at a time, on the library's threads.
-using EventSink = std::function<void(const HostEvent &)>;
+// Events as the callback gets them, one at a time, on the library's threads.
+using EventSink = std::function<void(int32_t event, int32_t type, const std::string &data)>;
 
 class Session
 {
@@ -33,28 +26,28 @@ public:
     // Why nothing can be recognised; empty when all is well.
     const std::string &error() const { return error_; }
 
+    // Each of these returns once the library has handled it.
     void startDialog();
     void stopDialog();
     void feed(const int16_t *samples, size_t count);
+
+    // Returns once the library has handled what it was sent before.
+    void settle();
 
     // "silence", "listening", "understanding" or "speaking".
     std::string status() const;
     // Waits until the status differs from `status`, or for so long.
     bool waitForChange(const std::string &status, std::chrono::milliseconds limit);
 
-    int32_t dialogs() const;  // listening turns so far
-    int32_t texts() const;    // recognised so far
-    int32_t commands() const; // those among them that have a meaning
-    bool hasFailed() const;   // a part of the engine reported that it cannot work
+    int32_t dialogs() const; // listening turns so far
+    bool hasFailed() const;  // a part of the engine reported that it cannot work
 
 private:
     static char *callback(void *user, const void *data, uint32_t length, int32_t type,
                           int32_t event);
-    void observe(const HostEvent &event);
-    void settle();
+    void observe(int32_t event, int32_t type, const std::string &text);
 
     EventSink sink_;
-    std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
     std::string error_;
     void *handle_ = nullptr;
     void *member_ = nullptr; // the tool's own node on the instance's bus
@@ -64,8 +57,6 @@ private:
     std::condition_variable changed_;
     std::string status_ = "silence";
     int32_t dialogs_ = 0;
-    int32_t texts_ = 0;
-    int32_t commands_ = 0;
     bool hasFailed_ = false;
 };
 

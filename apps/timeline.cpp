@@ -1,7 +1,6 @@
 #include "apps/timeline.h"
 
-#include "platform/platform.h"
-#include "tools/json.h"
+#include <vantel/vantel.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -10,8 +9,6 @@ namespace vantel::app
 {
 namespace
 {
-
-constexpr int32_t kTypeJson = 101;
 
 std::string textOf(const char *text)
 {
@@ -29,36 +26,25 @@ std::string quoted(const std::string &text)
     return "\"" + text + "\"";
 }
 
-// {"ms","event","type","data"}; audio and other data that is no text as its number of bytes.
-std::string jsonLine(const HostEvent &event)
+// "go forward ten meters"  confidence 0.93
+std::string rated(const std::string &text, double confidence)
 {
-    Json object{cJSON_CreateObject()};
-    cJSON_AddNumberToObject(object.get(), "ms", static_cast<double>(event.ms));
-    cJSON_AddNumberToObject(object.get(), "event", event.event);
-    cJSON_AddNumberToObject(object.get(), "type", event.type);
-    cJSON *data = nullptr;
-    if (event.type != kTypeJson) {
-        data = cJSON_CreateObject();
-        cJSON_AddNumberToObject(data, "bytes", static_cast<double>(event.data.size()));
-    } else {
-        data = cJSON_Parse(event.data.c_str());
-        if (!data) data = cJSON_CreateString(event.data.c_str());
-    }
-    cJSON_AddItemToObject(object.get(), "data", data);
-    return printed(object.get());
+    char number[32];
+    std::snprintf(number, sizeof number, "  confidence %.2f", confidence);
+    return quoted(text) + number;
 }
 
-// "go forward ten meters"  confidence 0.93
-std::string recognitionText(const cJSON *result)
+// go 0.21-0.43, forward 0.43-0.90
+std::string timesText(const std::vector<WordTime> &words)
 {
-    std::string shown = quoted(textOf(jsonString(result, "text")));
-    if (const cJSON *confidence = jsonMember(result, "conf")) {
-        char number[32];
-        std::snprintf(number, sizeof number, "  confidence %.2f", confidence->valuedouble);
-        shown += number;
+    std::string text;
+    for (const WordTime &word : words) {
+        char times[64];
+        std::snprintf(times, sizeof times, " %.2f-%.2f", static_cast<double>(word.beginMs) / 1000,
+                      static_cast<double>(word.endMs) / 1000);
+        text += (text.empty() ? "" : ", ") + word.text + times;
     }
-    if (const char *pinyin = jsonString(result, "pinyin")) shown += std::string("  ") + pinyin;
-    return shown;
+    return text;
 }
 
 std::string errorText(const cJSON *report)
@@ -68,58 +54,80 @@ std::string errorText(const cJSON *report)
 
 } // namespace
 
-Timeline::Timeline(bool isJson)
-    : isJson_(isJson), showsProgress_(!isJson && platformIsTerminal(stdout))
+Timeline::Timeline(Output *output, bool isJson)
+    : output_(output), isJson_(isJson), showsProgress_(!isJson && output->isTerminal())
 {
 }
 
-void Timeline::show(const HostEvent &event)
+void Timeline::beginRecording(const std::string &file)
+{
+    if (!isJson_) output_->write(file + "\n");
+}
+
+void Timeline::endRecording(const Moment &moment, const Verdict &verdict)
+{
+    output_->write(isJson_ ? verdictLine(moment, verdict.json())
+                           : moment.file + ": " + verdict.text() + "\n");
+}
+
+void Timeline::showRecognition(const HostEvent &event, const cJSON *result)
+{
+    const int64_t ms = event.moment.ms;
+    const std::string text = textOf(jsonString(result, "text"));
+    const cJSON *confidence = jsonMember(result, "conf");
+    std::string shown = confidence ? rated(text, confidence->valuedouble) : quoted(text);
+    if (const char *pinyin = jsonString(result, "pinyin")) shown += std::string("  ") + pinyin;
+    line(ms, "recognised", shown);
+    if (!event.words.empty()) line(ms, "words", timesText(event.words));
+    if (const cJSON *sem = jsonMember(jsonMember(result, "post"), "sem"))
+        line(ms, "meaning", printed(sem));
+}
+
+void Timeline::show(const HostEvent &event, const std::optional<HeardResult> &heard)
 {
     if (isJson_) {
-        std::printf("%s\n", jsonLine(event).c_str());
-        std::fflush(stdout);
+        output_->write(jsonLine(event));
         return;
     }
-    if (event.type != kTypeJson) return;
+    if (event.type != VANTEL_TYPE_JSON) return;
     Json data = jsonParse(event.data.c_str());
     const cJSON *dm = jsonMember(data.get(), "dm");
+    const int64_t ms = event.moment.ms;
     switch (event.event) {
-    case 1003:
-        line(event.ms, "speech", jsonInt(data.get(), "status", 0) == 1 ? "begins" : "ends");
+    case VANTEL_EVENT_VAD:
+        line(ms, "speech", jsonInt(data.get(), "status", 0) == 1 ? "begins" : "ends");
         break;
-    case 1004:
+    case VANTEL_EVENT_ASR:
         partial_ = textOf(jsonString(data.get(), "var"));
-        if (jsonInt(data.get(), "eof", 0) != 1) break;
-        line(event.ms, "recognised", recognitionText(data.get()));
-        if (const cJSON *sem = jsonMember(jsonMember(data.get(), "post"), "sem"))
-            line(event.ms, "meaning", printed(sem));
+        if (jsonInt(data.get(), "eof", 0) == 1) showRecognition(event, data.get());
         break;
-    case 1005:
-        if (const char *nlg = jsonString(dm, "nlg")) line(event.ms, "says", quoted(nlg));
-        line(event.ms, "dialog",
+    case VANTEL_EVENT_DM_OUTPUT:
+        if (const char *nlg = jsonString(dm, "nlg")) line(ms, "says", quoted(nlg));
+        line(ms, "dialog",
              cJSON_IsFalse(jsonMember(dm, "shouldEndSession")) ? "continues" : "ends");
         break;
-    case 1006:
-        line(event.ms, "error", errorText(data.get()));
+    case VANTEL_EVENT_ERROR:
+        if (heard && !heard->text.empty()) line(ms, "heard", rated(heard->text, heard->confidence));
+        line(ms, "error", errorText(data.get()));
         break;
-    case 1007: {
+    case VANTEL_EVENT_SNR: {
         const cJSON *ratio = jsonMember(data.get(), "snr");
         char decibels[32];
         std::snprintf(decibels, sizeof decibels, "%.1f dB", ratio ? ratio->valuedouble : 0.0);
-        line(event.ms, "signal", std::string(decibels) + " above the background");
+        line(ms, "signal", std::string(decibels) + " above the background");
         break;
     }
-    case 1011:
-        line(event.ms, "recorder", textOf(jsonString(data.get(), "operation")));
+    case VANTEL_EVENT_RECORDER:
+        line(ms, "recorder", textOf(jsonString(data.get(), "operation")));
         break;
-    case 1012:
-        line(event.ms, "status", textOf(jsonString(data.get(), "status")));
+    case VANTEL_EVENT_STATUS:
+        line(ms, "status", textOf(jsonString(data.get(), "status")));
         break;
-    case 1013:
-        line(event.ms, "command", event.data);
+    case VANTEL_EVENT_COMMAND:
+        line(ms, "command", event.data);
         break;
     default:
-        line(event.ms, "event " + std::to_string(event.event), event.data);
+        line(ms, "event " + std::to_string(event.event), event.data);
         break;
     }
 }
@@ -127,30 +135,35 @@ void Timeline::show(const HostEvent &event)
 void Timeline::line(int64_t ms, const std::string &label, const std::string &text)
 {
     clearProgress();
-    std::printf("%8.2f s  %-10s  %s\n", static_cast<double>(ms) / 1000.0, label.c_str(),
-                text.c_str());
-    std::fflush(stdout);
+    char head[64];
+    std::snprintf(head, sizeof head, "%8.2f s  %-10s  ", static_cast<double>(ms) / 1000.0,
+                  label.c_str());
+    output_->write(head + text + "\n");
 }
 
 void Timeline::progress(double seconds, double ofSeconds)
 {
-    if (!showsProgress_) return;
+    constexpr std::chrono::milliseconds kPace{100};
+    const auto now = std::chrono::steady_clock::now();
+    if (!showsProgress_ || now < nextProgress_) return;
+    nextProgress_ = now + kPace;
     constexpr int kWidth = 24;
+    char text[128];
     if (ofSeconds > 0) {
         int done = static_cast<int>(kWidth * seconds / ofSeconds);
         std::string bar = std::string(static_cast<size_t>(std::clamp(done, 0, kWidth)), '#');
-        std::printf("\r\x1b[K  [%-*s] %.1f of %.1f s  %s", kWidth, bar.c_str(), seconds, ofSeconds,
-                    partial_.c_str());
+        std::snprintf(text, sizeof text, "  [%-*s] %.1f of %.1f s  ", kWidth, bar.c_str(), seconds,
+                      ofSeconds);
     } else {
-        std::printf("\r\x1b[K  %.1f s  %s", seconds, partial_.c_str());
+        std::snprintf(text, sizeof text, "  %.1f s  ", seconds);
     }
-    std::fflush(stdout);
+    output_->write(std::string{"\r\x1b[K"} + text + partial_);
     isProgressShown_ = true;
 }
 
 void Timeline::clearProgress()
 {
-    if (isProgressShown_) std::printf("\r\x1b[K");
+    if (isProgressShown_) output_->write("\r\x1b[K");
     isProgressShown_ = false;
 }
 

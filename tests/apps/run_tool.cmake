@@ -1,10 +1,25 @@
-# Runs the tool and compares its exit code and what it wrote.
-execute_process(COMMAND ${tool} ${arguments} OUTPUT_VARIABLE written ERROR_VARIABLE written
+# Runs the tool and compares its exit code and what it wrote; with `json` its output is nothing but
+# JSON objects, one a line.
+if(input)
+    set(input INPUT_FILE ${input})
+endif()
+execute_process(COMMAND ${tool} ${arguments} ${input} OUTPUT_VARIABLE out ERROR_VARIABLE err
                 RESULT_VARIABLE result)
+set(written "${err}${out}")
 message("${written}")
 if(NOT result STREQUAL code)
     message(FATAL_ERROR "exit code ${result}, not ${code}")
 endif()
 if(NOT written MATCHES "${matches}")
     message(FATAL_ERROR "nothing that matches ${matches}")
+endif()
+if(json)
+    string(REPLACE ";" "," out "${out}")
+    string(REGEX MATCHALL "[^\n]+" lines "${out}")
+    foreach(line IN LISTS lines)
+        string(JSON name ERROR_VARIABLE failure GET "${line}" name)
+        if(failure)
+            message(FATAL_ERROR "${failure} in: ${line}")
+        endif()
+    endforeach()
 endif()

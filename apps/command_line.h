@@ -1,0 +1,41 @@
+// The table of the tool's commands and options: the command line is read with it, and the manual
+// page and the shell's completion are made from it.
+#pragma once
+
+#include "apps/commands.h"
+
+#include <CLI/CLI.hpp>
+#include <functional>
+
+namespace vantel::app
+{
+
+class CommandLine
+{
+public:
+    CommandLine();
+    CommandLine(const CommandLine &) = delete;
+    CommandLine &operator=(const CommandLine &) = delete;
+
+    // Runs the command that the arguments name; the program's name is the first of them.
+    int run(const std::vector<std::string> &arguments, Output *output);
+
+    const CLI::App &table() const { return app_; }
+
+private:
+    using Command = std::function<int(Output *)>;
+
+    // The command is run when it comes last on the command line.
+    CLI::App *addCommand(CLI::App *parent, const std::string &name, const std::string &about,
+                         Command command);
+    void addRunCommands();
+    void addGrammarCommands();
+    void addDialogOptions(CLI::App *command);
+
+    CLI::App app_;
+    std::vector<std::pair<const CLI::App *, Command>> commands_;
+    RunOptions run_;
+    std::vector<std::string> grammars_;
+};
+
+} // namespace vantel::app
