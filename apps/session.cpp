@@ -14,7 +14,8 @@ namespace
 // The codes of the engine's parts that could not be made: without them nothing is ever recognised.
 bool isFatal(int errorId)
 {
-    return errorId == -7399 || errorId == -7199 || errorId == -7898;
+    return errorId == VANTEL_ERROR_VAD_CORE || errorId == VANTEL_ERROR_GRAM_CORE ||
+           errorId == VANTEL_ERROR_ASR_CORE;
 }
 
 std::string textOf(const char *text)

@@ -7,9 +7,6 @@ namespace vantel::app
 namespace
 {
 
-constexpr int kLowConfidence = -7899;
-constexpr int kNoWords = -7896;
-
 constexpr const char *kKindNames[] = {"no speech", "no result",  "error",     "no words",
                                       "rejected",  "no command", "recognised"};
 
@@ -51,10 +48,10 @@ void Verdict::take(const HostEvent &event, const std::optional<HeardResult> &hea
     if (event.event == VANTEL_EVENT_ERROR) {
         const int id = jsonInt(data.get(), "errId", 0);
         const char *message = jsonString(data.get(), "errMsg");
-        if (id == kLowConfidence) {
+        if (id == VANTEL_ERROR_LOCAL_ASR_CONFIDENCE) {
             if (become(Kind::rejected, heard ? heard->text : "") && heard)
                 confidence_ = heard->confidence;
-        } else if (id == kNoWords) {
+        } else if (id == VANTEL_ERROR_LOCAL_ASR_NULL) {
             become(Kind::noWords, "");
         } else {
             become(Kind::error, "");

@@ -1,5 +1,6 @@
 #include "tests/ostrel/spoken_commands.h"
 
+#include <algorithm>
 #include <thread>
 
 using namespace commands;
@@ -36,6 +37,34 @@ TEST_F(VehicleTest, CommandComesWithItsMeaningAndPartialsOnTheWay)
         EXPECT_EQ(eof(partial.get()), 0);
         EXPECT_NE(rec(partial.get()), "");
     }
+}
+
+// What is put in front of the utterance puts every word off by as much.
+TEST_F(VehicleTest, WordsHaveTheirTimes)
+{
+    Recogniser recogniser{kGrammarOnly};
+    auto times = [&](const std::string &utterance) {
+        std::vector<int> all;
+        std::string texts;
+        const cJSON *grammar = vantel::jsonObject(recogniser.recognise(utterance), "grammar");
+        const cJSON *word = nullptr;
+        cJSON_ArrayForEach(word, vantel::jsonMember(grammar, "words"))
+        {
+            texts += std::string{texts.empty() ? "" : " "} + vantel::jsonString(word, "text");
+            all.push_back(vantel::jsonInt(word, "begin", -1));
+            all.push_back(vantel::jsonInt(word, "end", -1));
+        }
+        EXPECT_EQ(texts, kSaid);
+        EXPECT_TRUE(std::is_sorted(all.begin(), all.end()));
+        return all;
+    };
+    constexpr int kShiftMs = 300;
+    const std::vector<int> plain = times(audio);
+    const std::vector<int> shifted = times(recordings::silence(kShiftMs) + audio);
+    ASSERT_EQ(plain.size(), 8U);
+    ASSERT_EQ(shifted.size(), 8U);
+    for (size_t i = 0; i < plain.size(); ++i)
+        EXPECT_NEAR(shifted[i] - plain[i], kShiftMs, 50);
 }
 
 TEST_F(AsrTest, OtherSpeechAndNoiseStayBelowTheThreshold)
