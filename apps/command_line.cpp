@@ -11,7 +11,6 @@ constexpr char kAbout[] =
     "Spoken commands from recordings or the microphone.\n\n"
     "  vantel run hello.wav                    recognise a recording with the demo grammar\n"
     "  vantel run a.wav --grammar g.gram       with a grammar of yours\n"
-    "  arecord -f S16_LE -r 16000 | vantel run -   hear another program\n"
     "  vantel listen                           speak: \"go forward ten meters\"\n"
     "  vantel grammar check g.gram             what is wrong with a grammar\n"
     "  vantel run --help                       everything about a command\n";
@@ -73,12 +72,10 @@ void CommandLine::addRunCommands()
     CLI::App *run = addCommand(&app_, "run", "Hold dialogs over recordings or the microphone",
                                [this](Output *output) { return runCommand(run_, output); });
     addDialogOptions(run);
-    auto *audio =
-        run->add_option("RECORDING,--audio", run_.audioPaths,
-                        "recordings, one after the other: sound files of any rate and "
-                        "channel count, raw 16 kHz samples (.raw, .pcm), or - for standard "
-                        "input, WAV or raw")
-            ->type_name("FILE");
+    auto *audio = run->add_option("RECORDING,--audio", run_.audioPaths,
+                                  "recordings, one after the other: sound files of any rate and "
+                                  "channel count, or raw 16 kHz samples (.raw, .pcm)")
+                      ->type_name("FILE");
     run->add_flag("--mic", run_.useMicrophone, "hear the microphone")->excludes(audio);
     run->add_flag("--fast", run_.isFast, "feed recordings as fast as the engine takes them");
 

@@ -16,15 +16,12 @@ enum ExitCode : int {
     kExitUsage = 3,
 };
 
-// What stands for standard input where a file is named.
-constexpr char kStandardInput[] = "-";
-
 struct RunOptions {
-    std::string configurationPath;       // empty: the built-in configuration
-    std::string grammarPath;             // empty: the configuration's grammar
-    std::string language = "en";         // of the built-in grammar
-    std::string logFolder;               // empty: where the configuration says, or nowhere to stay
-    std::vector<std::string> audioPaths; // kStandardInput among them
+    std::string configurationPath; // empty: the built-in configuration
+    std::string grammarPath;       // empty: the configuration's grammar
+    std::string language = "en";   // of the built-in grammar
+    std::string logFolder;         // empty: where the configuration says, or nowhere to stay
+    std::vector<std::string> audioPaths;
     bool useMicrophone = false;
     bool listDevices = false;
     int device = -1; // the system's default

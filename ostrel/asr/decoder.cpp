@@ -7,8 +7,10 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <map>
 #include <mutex>
 #include <pocketsphinx.h>
+#include <sphinxbase/ckd_alloc.h>
 #include <sphinxbase/cmn.h>
 #include <sphinxbase/feat.h>
 
@@ -35,10 +37,12 @@ constexpr const char *kGrammarSearch = "grammar";
 constexpr const char *kPhoneSearch = "phones";
 
 // The decoder knows words by their number, "w12", so that any text can be a word of a grammar.
+// Further pronunciations, "w12_1", are words of their own to it: it would look for the base word of
+// each in the whole grammar.
 std::string decoderWord(size_t index, size_t pronunciation)
 {
     std::string name = "w" + std::to_string(index);
-    return pronunciation == 0 ? name : name + "(" + std::to_string(pronunciation + 1) + ")";
+    return pronunciation == 0 ? name : name + "_" + std::to_string(pronunciation);
 }
 
 int32_t wordIndex(const char *decoderName)
@@ -49,8 +53,8 @@ int32_t wordIndex(const char *decoderName)
 
 int32_t pronunciationIndex(const char *decoderName)
 {
-    const char *number = decoderName ? std::strchr(decoderName, '(') : nullptr;
-    return number ? std::atoi(number + 1) - 1 : 0;
+    const char *number = decoderName ? std::strchr(decoderName, '_') : nullptr;
+    return number ? std::atoi(number + 1) : 0;
 }
 
 // Runs the action unless the decoder has failed; a fault inside it fails the decoder.
@@ -125,30 +129,89 @@ bool addWords(Decoder *decoder, const Grammar &grammar)
     return true;
 }
 
-void addArcs(ps_decoder_t *ps, fsg_model_t *model, const Network &network)
+// The pronunciations of all words, as the search numbers them.
+struct Vocabulary {
+    std::vector<std::string> names;
+    std::vector<int32_t> first; // by word, its first one's number; one more at the end
+};
+
+Vocabulary vocabularyOf(const Grammar &grammar)
+{
+    Vocabulary vocabulary;
+    for (size_t i = 0; i < grammar.pronunciations.size(); ++i) {
+        vocabulary.first.push_back(static_cast<int32_t>(vocabulary.names.size()));
+        for (size_t n = 0; n < grammar.pronunciations[i].size(); ++n)
+            vocabulary.names.push_back(decoderWord(i, n));
+    }
+    vocabulary.first.push_back(static_cast<int32_t>(vocabulary.names.size()));
+    return vocabulary;
+}
+
+// Gives the model all names at once: its own way of adding one compares it with every other.
+void addNames(fsg_model_t *model, const Vocabulary &vocabulary)
+{
+    const size_t count = vocabulary.names.size();
+    model->vocab = static_cast<char **>(ckd_realloc(model->vocab, (count + 1) * sizeof(char *)));
+    for (size_t i = 0; i < count; ++i)
+        model->vocab[i] = ckd_salloc(vocabulary.names[i].c_str());
+    model->n_word = model->n_word_alloc = static_cast<int32>(count);
+}
+
+// The decoder compares each arc with all others between the same two states: where there are many,
+// as in a long list of words, further states in front of the second share them.
+Network spreadArcs(const Network &network)
+{
+    constexpr int32_t kMaxSide = 500; // arcs side by side
+    struct Side {
+        int32_t arcs = 0;
+        int32_t to = 0;
+    };
+    Network result = network;
+    std::map<std::pair<int32_t, int32_t>, Side> sides;
+    std::multimap<int32_t, Arc> empty; // by where they begin
+    for (const Arc &arc : network.arcs)
+        if (arc.word == kNoWord) empty.emplace(arc.from, arc);
+    for (size_t i = 0; i < network.arcs.size(); ++i) {
+        const Arc &arc = network.arcs[i];
+        if (arc.word == kNoWord) continue;
+        Side &side = sides[{arc.from, arc.to}];
+        if (side.arcs++ % kMaxSide == 0) {
+            side.to = side.arcs == 1 ? arc.to : result.states++;
+            if (side.arcs > 1) {
+                result.arcs.push_back({side.to, arc.to, kNoWord, 0});
+                auto [begin, end] = empty.equal_range(arc.to);
+                for (auto on = begin; on != end; ++on)
+                    result.arcs.push_back({side.to, on->second.to, kNoWord, on->second.logProb});
+            }
+        }
+        result.arcs[i].to = side.to;
+    }
+    return result;
+}
+
+void addArcs(ps_decoder_t *ps, fsg_model_t *model, const Network &network,
+             const std::vector<int32_t> &numbers)
 {
     logmath_t *logmath = ps_get_logmath(ps);
     double weight = cmd_ln_float_r(ps_get_config(ps), "-lw");
-    bool hasEmptyArcs = false;
     for (const Arc &arc : network.arcs) {
         auto logProb = static_cast<int32>(logmath_ln_to_log(logmath, arc.logProb) * weight);
         if (arc.word == kNoWord) {
             fsg_model_null_trans_add(model, arc.from, arc.to, logProb);
-            hasEmptyArcs = true;
             continue;
         }
-        char name[16];
-        std::snprintf(name, sizeof name, "w%d", arc.word);
-        fsg_model_trans_add(model, arc.from, arc.to, logProb, fsg_model_word_add(model, name));
+        const auto word = static_cast<size_t>(arc.word);
+        for (int32_t number = numbers[word]; number < numbers[word + 1]; ++number)
+            fsg_model_trans_add(model, arc.from, arc.to, logProb, number);
     }
-    if (hasEmptyArcs) glist_free(fsg_model_null_trans_closure(model, nullptr));
 }
 
 // The two searches; the decoder runs one of them at a time.
 bool addSearches(Decoder *decoder, const Grammar &grammar)
 {
     int result = -1;
-    const Network &network = grammar.network;
+    const Network network = spreadArcs(grammar.network);
+    const Vocabulary vocabulary = vocabularyOf(grammar);
     tryOn(decoder, [&] {
         ps_decoder_t *ps = decoder->ps;
         auto weight = static_cast<float32>(cmd_ln_float_r(ps_get_config(ps), "-lw"));
@@ -156,7 +219,8 @@ bool addSearches(Decoder *decoder, const Grammar &grammar)
             fsg_model_init(kGrammarSearch, ps_get_logmath(ps), weight, network.states);
         model->start_state = network.start;
         model->final_state = network.final;
-        addArcs(ps, model, network);
+        addNames(model, vocabulary);
+        addArcs(ps, model, network, vocabulary.first);
         result = ps_set_fsg(ps, kGrammarSearch, model);
         fsg_model_free(model);
         if (result == 0) result = ps_set_allphone(ps, kPhoneSearch, nullptr);

@@ -15,6 +15,9 @@ namespace vantel::ostrel
 namespace
 {
 
+constexpr size_t kMaxReported = 20;
+constexpr size_t kMaxSpokenArcs = 60'000; // the decoder takes about five kilobytes for each
+
 struct Compiler {
     std::string configuration;
 };
@@ -52,6 +55,7 @@ void pronounceWords(const Pronouncer &pronouncer, Grammar *grammar, Diagnostics 
         std::string reason;
         if (!pronounce(pronouncer, word.text, &found, &reason))
             diagnostics->push_back({word.place, reason});
+        if (diagnostics->size() == kMaxReported) return; // the rest are mostly of the same kind
         grammar->pronunciations.push_back(std::move(found));
     }
 }
@@ -75,6 +79,22 @@ int32_t build(const char *text)
 
 } // namespace
 
+bool isSearchable(const Grammar &grammar, Diagnostics *diagnostics)
+{
+    size_t spoken = 0;
+    for (const Arc &arc : grammar.network.arcs) {
+        if (arc.word == kNoWord) continue;
+        const auto word = static_cast<size_t>(arc.word);
+        spoken += grammar.pronunciations[word].size();
+        if (spoken <= kMaxSpokenArcs) continue;
+        diagnostics->push_back({grammar.tree.words[word].place,
+                                "the grammar is too large: more than 60000 words on its ways, each "
+                                "pronunciation counted"});
+        return false;
+    }
+    return true;
+}
+
 bool isChinese(const Grammar &grammar)
 {
     return std::any_of(grammar.tree.words.begin(), grammar.tree.words.end(),
@@ -94,6 +114,7 @@ int32_t grammarCompile(const cJSON *configuration, std::shared_ptr<const Grammar
     if (isRight) {
         if (!pronouncerOpen(configuration, &pronouncer)) return kGrammarDictionary;
         pronounceWords(pronouncer, grammar.get(), &diagnostics);
+        if (diagnostics.empty()) isSearchable(*grammar, &diagnostics);
     }
     logDiagnostics(title, diagnostics);
     if (!diagnostics.empty()) return kGrammarWrong;

@@ -11,7 +11,7 @@ namespace vantel::ostrel
 enum GrammarError : int32_t {
     kGrammarConfiguration = -9101, // no JSON object, or neither "file" nor "text" in it
     kGrammarUnreadable = -9102,    // the file
-    kGrammarWrong = -9103,         // the grammar; the log has line and column
+    kGrammarWrong = -9103,         // the grammar, or too large; the log has line and column
     kGrammarDictionary = -9104,    // a dictionary cannot be used
     kGrammarUnwritable = -9105,    // "out"
 };
@@ -22,6 +22,9 @@ struct Grammar {
     Network network;
     std::vector<Pronunciations> pronunciations; // of the tree's words
 };
+
+// False with a diagnostic when searching it would take too much memory.
+bool isSearchable(const Grammar &grammar, Diagnostics *diagnostics);
 
 // Whether a word has a Chinese character in it.
 bool isChinese(const Grammar &grammar);

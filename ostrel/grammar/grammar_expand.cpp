@@ -8,7 +8,8 @@ namespace vantel::ostrel
 namespace
 {
 
-constexpr size_t kMaxDepth = 1000; // nodes inside each other
+constexpr size_t kMaxDepth = 1000;      // nodes inside each other
+constexpr size_t kMaxNodes = 2'000'000; // visited; parts that never match make no arcs
 
 struct OpenRule {
     int32_t rule;
@@ -19,9 +20,12 @@ struct OpenRule {
 struct Expansion {
     const RuleTree *tree;
     Network *network;
+    std::vector<Place> *places; // by state
     Diagnostics *diagnostics;
     std::vector<OpenRule> open; // the rules that are being expanded, outermost first
+    Place place;                // of the node that is being expanded
     size_t depth = 0;
+    size_t nodes = 0;
 };
 
 bool fail(Expansion *expansion, Place place, std::string message)
@@ -32,6 +36,7 @@ bool fail(Expansion *expansion, Place place, std::string message)
 
 int32_t newState(Expansion *expansion)
 {
+    expansion->places->push_back(expansion->place);
     return expansion->network->states++;
 }
 
@@ -66,7 +71,12 @@ bool expandRule(Expansion *expansion, const Node &node, int32_t from, int32_t to
 bool expandSequence(Expansion *expansion, const Node &node, int32_t from, int32_t to)
 {
     for (size_t i = 0; i < node.children.size(); ++i) {
-        int32_t end = i + 1 == node.children.size() ? to : newState(expansion);
+        int32_t end = to;
+        if (i + 1 < node.children.size()) {
+            expansion->place =
+                expansion->tree->nodes[static_cast<size_t>(node.children[i + 1])].place;
+            end = newState(expansion);
+        }
         if (!expand(expansion, node.children[i], from, end)) return false;
         from = end;
     }
@@ -131,9 +141,10 @@ bool expand(Expansion *expansion, int32_t index, int32_t from, int32_t to)
     const Node &node = expansion->tree->nodes[static_cast<size_t>(index)];
     if (expansion->depth == kMaxDepth)
         return fail(expansion, node.place, "rules are nested too deep");
-    if (expansion->network->arcs.size() > kMaxArcs)
+    if (expansion->network->arcs.size() > kMaxArcs || ++expansion->nodes > kMaxNodes)
         return fail(expansion, node.place, "the grammar is too large: more than 200000 arcs");
     expansion->depth++;
+    expansion->place = node.place;
     bool done = expandNode(expansion, node, from, to);
     expansion->depth--;
     return done;
@@ -141,13 +152,16 @@ bool expand(Expansion *expansion, int32_t index, int32_t from, int32_t to)
 
 } // namespace
 
-bool expandTree(const RuleTree &tree, Network *network, Diagnostics *diagnostics)
+bool expandTree(const RuleTree &tree, Network *network, std::vector<Place> *places,
+                Diagnostics *diagnostics)
 {
     *network = {};
-    Expansion expansion{&tree, network, diagnostics, {}, 0};
+    Expansion expansion{&tree, network, places, diagnostics, {}, {}, 0, 0};
+    const std::vector<int32_t> rules = publicRules(tree);
+    if (!rules.empty()) expansion.place = tree.rules[static_cast<size_t>(rules.front())].place;
     network->start = newState(&expansion);
     network->final = newState(&expansion);
-    for (int32_t index : publicRules(tree)) {
+    for (int32_t index : rules) {
         Node reference;
         reference.kind = NodeKind::rule;
         reference.index = index;

@@ -84,7 +84,7 @@ bool fromJson(const cJSON *root, Grammar *grammar)
         if (known.empty()) return false;
         grammar->pronunciations.push_back(std::move(known));
     }
-    return true;
+    return isSearchable(*grammar, &diagnostics);
 }
 
 } // namespace

@@ -12,6 +12,10 @@ namespace
 
 constexpr size_t kMaxTextBytes = 4 << 20;
 constexpr int32_t kMaxGroupDepth = 100;
+// What finding the pronunciations of words may cost.
+constexpr size_t kMaxWordBytes = 240;
+constexpr size_t kMaxWords = 60'000;
+constexpr size_t kMaxWordsBytes = 512 << 10;
 constexpr size_t kMaxDiagnostics = 20; // the rest rarely says anything new
 
 constexpr int32_t kFailed = -1; // in place of a node
@@ -24,6 +28,7 @@ struct Reader {
     std::unordered_map<std::string, int32_t> words;
     std::unordered_map<std::string, int32_t> rules;
     int32_t depth = 0;
+    size_t wordsBytes = 0; // of the different words
 };
 
 void advance(Reader *reader)
@@ -103,7 +108,15 @@ int32_t wordNode(Reader *reader, const std::string &written, Place place)
     std::string text = lowerCase(written);
     auto [entry, isNew] =
         reader->words.try_emplace(text, static_cast<int32_t>(reader->tree->words.size()));
-    if (isNew) reader->tree->words.push_back({text, place});
+    if (isNew) {
+        reader->tree->words.push_back({text, place});
+        reader->wordsBytes += text.size();
+        if (text.size() > kMaxWordBytes) complain(reader, place, "a word longer than 240 bytes");
+        if (entry->second == kMaxWords || (reader->wordsBytes > kMaxWordsBytes &&
+                                           reader->wordsBytes - text.size() <= kMaxWordsBytes))
+            complain(reader, place,
+                     "the grammar has too many words: more than 60000, or 512 KiB of them");
+    }
     return addNode(reader, NodeKind::word, place, entry->second);
 }
 

@@ -1,7 +1,10 @@
+#include "ostrel/grammar/circles.h"
 #include "ostrel/grammar/jsgf.h"
 
 #include <algorithm>
 #include <numeric>
+#include <string_view>
+#include <unordered_set>
 
 namespace vantel::ostrel
 {
@@ -31,45 +34,40 @@ std::vector<int32_t> inTextOrder(const RuleTree &tree)
     return indices;
 }
 
-// Whether the node can match no words at all, as far as `nullableRules` knows. Recursion is as deep
-// as groups are nested.
-bool isNullable(const RuleTree &tree, int32_t index, const std::vector<bool> &nullableRules)
+// By node: whether it can match no words at all.
+std::vector<bool> findNullable(const RuleTree &tree)
 {
-    const Node &node = nodeAt(tree, index);
-    auto nullable = [&](int32_t child) { return isNullable(tree, child, nullableRules); };
-    switch (node.kind) {
-    case NodeKind::nothing:
-    case NodeKind::tag:
-    case NodeKind::optional:
-    case NodeKind::star:
-        return true;
-    case NodeKind::never:
-    case NodeKind::word:
-        return false;
-    case NodeKind::rule:
-        return nullableRules[static_cast<size_t>(node.index)];
-    case NodeKind::sequence:
-    case NodeKind::plus:
-        return std::all_of(node.children.begin(), node.children.end(), nullable);
-    case NodeKind::choice:
-        return std::any_of(node.children.begin(), node.children.end(), nullable);
+    const size_t count = tree.nodes.size();
+    std::vector<int32_t> parents(count, -1);
+    std::vector<int32_t> bodyOf(count, -1);                          // the rule, for its body
+    std::vector<std::vector<int32_t>> references(tree.rules.size()); // the nodes that refer to it
+    std::vector<size_t> missing(count, 1); // children that are still to be found nullable
+    std::vector<int32_t> open;
+    for (size_t i = 0; i < tree.rules.size(); ++i)
+        bodyOf[static_cast<size_t>(tree.rules[i].body)] = static_cast<int32_t>(i);
+    for (size_t i = 0; i < count; ++i) {
+        const Node &node = tree.nodes[i];
+        const auto index = static_cast<int32_t>(i);
+        for (int32_t child : node.children)
+            parents[static_cast<size_t>(child)] = index;
+        if (node.kind == NodeKind::rule)
+            references[static_cast<size_t>(node.index)].push_back(index);
+        if (node.kind == NodeKind::sequence) missing[i] = node.children.size();
+        if (node.kind == NodeKind::nothing || node.kind == NodeKind::tag ||
+            node.kind == NodeKind::optional || node.kind == NodeKind::star)
+            open.push_back(index);
     }
-    return false;
-}
-
-std::vector<bool> findNullableRules(const RuleTree &tree)
-{
-    std::vector<bool> nullable(tree.rules.size(), false);
-    // A grammar whose rules stand in the order of their use needs as many rounds as rules; going
-    // through them backwards makes that order cheap, and the bound keeps the other cheap as well:
-    // what it may miss are chains of empty rules longer than any grammar has.
-    constexpr int32_t kMaxRounds = 200;
-    bool changed = true;
-    for (int32_t round = 0; changed && round < kMaxRounds; ++round) {
-        changed = false;
-        for (size_t i = tree.rules.size(); i-- > 0;)
-            if (!nullable[i] && isNullable(tree, tree.rules[i].body, nullable))
-                changed = nullable[i] = true;
+    std::vector<bool> nullable(count, false);
+    while (!open.empty()) {
+        const auto at = static_cast<size_t>(open.back());
+        open.pop_back();
+        if (nullable[at]) continue;
+        nullable[at] = true;
+        if (parents[at] >= 0 && --missing[static_cast<size_t>(parents[at])] == 0)
+            open.push_back(parents[at]);
+        if (bodyOf[at] < 0) continue;
+        const auto &users = references[static_cast<size_t>(bodyOf[at])];
+        open.insert(open.end(), users.begin(), users.end());
     }
     return nullable;
 }
@@ -79,68 +77,33 @@ struct Edge {
     Place place; // of the reference
 };
 
-// The rules with which a match of the node can begin.
-void addLeftEdges(const RuleTree &tree, int32_t index, const std::vector<bool> &nullableRules,
+// The rules with which a match of the node can begin. Recursion is as deep as groups are nested.
+void addLeftEdges(const RuleTree &tree, int32_t index, const std::vector<bool> &nullable,
                   std::vector<Edge> *edges)
 {
     const Node &node = nodeAt(tree, index);
     if (node.kind == NodeKind::rule) edges->push_back({node.index, node.place});
     for (int32_t child : node.children) {
-        addLeftEdges(tree, child, nullableRules, edges);
-        if (node.kind == NodeKind::sequence && !isNullable(tree, child, nullableRules)) break;
-    }
-}
-
-using Edges = std::vector<std::vector<Edge>>;
-
-// Whether a chain of edges leads from `from` to `target`.
-bool reaches(const Edges &edges, int32_t from, int32_t target)
-{
-    std::vector<bool> seen(edges.size(), false);
-    std::vector<int32_t> open{from};
-    while (!open.empty()) {
-        int32_t rule = open.back();
-        open.pop_back();
-        if (rule == target) return true;
-        if (seen[static_cast<size_t>(rule)]) continue;
-        seen[static_cast<size_t>(rule)] = true;
-        for (const Edge &edge : edges[static_cast<size_t>(rule)])
-            open.push_back(edge.to);
-    }
-    return false;
-}
-
-// Takes away the edges of rules from which no cycle can be reached.
-void keepCycles(Edges *edges)
-{
-    std::vector<std::vector<int32_t>> users(edges->size());
-    std::vector<size_t> left(edges->size());
-    std::vector<int32_t> open;
-    for (size_t i = 0; i < edges->size(); ++i) {
-        left[i] = (*edges)[i].size();
-        for (const Edge &edge : (*edges)[i])
-            users[static_cast<size_t>(edge.to)].push_back(static_cast<int32_t>(i));
-        if (left[i] == 0) open.push_back(static_cast<int32_t>(i));
-    }
-    while (!open.empty()) {
-        auto rule = static_cast<size_t>(open.back());
-        open.pop_back();
-        (*edges)[rule].clear();
-        for (int32_t user : users[rule])
-            if (--left[static_cast<size_t>(user)] == 0) open.push_back(user);
+        addLeftEdges(tree, child, nullable, edges);
+        if (node.kind == NodeKind::sequence && !nullable[static_cast<size_t>(child)]) break;
     }
 }
 
 void checkLeftRecursion(const RuleTree &tree, Diagnostics *diagnostics)
 {
-    std::vector<bool> nullable = findNullableRules(tree);
-    Edges edges(tree.rules.size());
-    for (size_t i = 0; i < tree.rules.size(); ++i)
+    std::vector<bool> nullable = findNullable(tree);
+    std::vector<std::vector<Edge>> edges(tree.rules.size());
+    Successors successors(tree.rules.size());
+    for (size_t i = 0; i < tree.rules.size(); ++i) {
         addLeftEdges(tree, tree.rules[i].body, nullable, &edges[i]);
-    keepCycles(&edges);
+        for (const Edge &edge : edges[i])
+            successors[i].push_back(edge.to);
+    }
+    const std::vector<int32_t> circles = circlesOf(successors);
     for (int32_t self : inTextOrder(tree)) {
         for (const Edge &edge : edges[static_cast<size_t>(self)]) {
-            if (!reaches(edges, edge.to, self)) continue;
+            if (circles[static_cast<size_t>(edge.to)] != circles[static_cast<size_t>(self)])
+                continue;
             diagnostics->push_back(
                 {edge.place,
                  "<" + tree.rules[static_cast<size_t>(self)].name +
@@ -155,14 +118,14 @@ void checkLeftRecursion(const RuleTree &tree, Diagnostics *diagnostics)
 
 void checkTagReferences(const RuleTree &tree, Diagnostics *diagnostics)
 {
+    std::unordered_set<std::string_view> rules;
+    for (const Rule &rule : tree.rules)
+        rules.insert(rule.name);
     for (const Node &node : tree.nodes) {
         if (node.kind != NodeKind::tag) continue;
-        for (const std::string &name : tagReferences(tree.tags[static_cast<size_t>(node.index)])) {
-            bool known = std::any_of(tree.rules.begin(), tree.rules.end(),
-                                     [&](const Rule &rule) { return rule.name == name; });
-            if (!known && diagnostics->size() < kMaxReported)
+        for (const std::string &name : tagReferences(tree.tags[static_cast<size_t>(node.index)]))
+            if (!rules.contains(name) && diagnostics->size() < kMaxReported)
                 diagnostics->push_back({node.place, "$" + name + " in this tag names no rule"});
-        }
     }
 }
 

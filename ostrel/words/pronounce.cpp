@@ -5,6 +5,7 @@
 #include "ostrel/words/letter_to_sound.h"
 
 #include <algorithm>
+#include <sstream>
 
 #define PRONOUNCE_LOG(level, ...) ENGINE_LOG("ostrel/pronounce", level, __VA_ARGS__)
 
@@ -14,6 +15,7 @@ namespace
 {
 
 constexpr size_t kMaxPronunciations = 8; // further ones cost search time and hardly ever fit
+constexpr size_t kMaxPartBytes = 48;     // of a word that is put together: sixteen characters
 
 void add(const Pronunciation &pronunciation, Pronunciations *out)
 {
@@ -40,13 +42,27 @@ void addInline(const cJSON *words, const std::string &word, Pronunciations *out)
         if (cJSON_IsString(item)) add({item->valuestring, ""}, out);
 }
 
+// Looking for a phone that the dictionary has late or never means reading all of it, so that each
+// is looked for once.
+bool hasPhones(const Pronouncer &pronouncer, const std::string &phones, std::string *unknown)
+{
+    std::istringstream stream{phones};
+    for (std::string phone; stream >> phone;) {
+        auto [entry, isNew] = pronouncer.knownPhones.try_emplace(phone, false);
+        if (isNew) entry->second = dictionaryHasPhones(*pronouncer.dictionary, phone, unknown);
+        if (entry->second) continue;
+        *unknown = phone;
+        return false;
+    }
+    return true;
+}
+
 bool areKnown(const Pronouncer &pronouncer, const std::string &word, const Pronunciations &all,
               std::string *reason)
 {
     std::string unknown;
     for (const auto &[phones, reading] : all) {
-        if (!phones.empty() && dictionaryHasPhones(*pronouncer.dictionary, phones, &unknown))
-            continue;
+        if (!phones.empty() && hasPhones(pronouncer, phones, &unknown)) continue;
         *reason = "the pronunciation of \"" + word + "\" has a phone \"" + unknown +
                   "\" that the dictionary does not know";
         return false;
@@ -58,7 +74,7 @@ void addGuess(const Pronouncer &pronouncer, const std::string &word, Pronunciati
 {
     std::string unknown;
     std::string guess = pronouncer.guesses ? letterToSound(word) : "";
-    if (guess.empty() || !dictionaryHasPhones(*pronouncer.dictionary, guess, &unknown)) return;
+    if (guess.empty() || !hasPhones(pronouncer, guess, &unknown)) return;
     PRONOUNCE_LOG(kInfo, "  guessed pronunciation: %s %s\n", word.c_str(), guess.c_str());
     add({guess, ""}, out);
 }
@@ -131,7 +147,9 @@ std::vector<Way> takePart(const Pronouncer &pronouncer, std::string_view *rest)
     const size_t run = runOf(*rest);
     const bool chinese = hasChinese(firstCharacter(*rest));
     const size_t least = chinese ? firstCharacter(*rest).size() : run;
-    for (size_t size = run; size >= least; --size) {
+    for (size_t size = std::min(run, std::max(least, kMaxPartBytes)); size >= least; --size) {
+        // Parts end between characters.
+        if (size < run && (static_cast<unsigned char>((*rest)[size]) & 0xC0) == 0x80) continue;
         std::string part{rest->substr(0, size)};
         Pronunciations found;
         addFromDictionaries(pronouncer, part, &found);

@@ -4,6 +4,8 @@
 #include "ostrel/words/dictionary.h"
 #include "ostrel/words/mandarin.h"
 
+#include <unordered_map>
+
 namespace vantel::ostrel
 {
 
@@ -13,6 +15,8 @@ struct Pronouncer {
     std::shared_ptr<const PhoneMap> phoneMap;     // null: no Chinese words without a dictionary
     Json inlineWords;                             // {"word": "PH ON ES" or an array of them}
     bool guesses = true;                          // by letter-to-sound rules
+    // Whether the model's dictionary has these phones, as far as that was asked.
+    mutable std::unordered_map<std::string, bool> knownPhones;
 };
 
 // Fails, with the reason in the engine's log, when a dictionary or the phone map cannot be read.

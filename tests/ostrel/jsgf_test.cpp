@@ -27,6 +27,14 @@ std::string faults(const std::string &text, Network *network = nullptr)
     return all.str();
 }
 
+std::string repeated(const std::string &text, int count)
+{
+    std::string all;
+    while (count-- > 0)
+        all += text;
+    return all;
+}
+
 std::string rules(const std::string &text)
 {
     return "#JSGF V1.0;\ngrammar t;\n" + text;
@@ -109,6 +117,19 @@ TEST(Jsgf, SizeAndDepthAreBounded)
         doubling += "<r" + std::to_string(i) + "> = " + below + " " + below + ";";
     }
     ends(doubling, "too large");
+    // Parts that never match make no arcs, and the same words are no way to end soon either.
+    ends("<v> = " + repeated("<VOID> | ", 3000) + "<VOID>; public <a> = x" +
+             repeated(" <v>", 3000) + ";",
+         "too large");
+    ends("public <a> = " + std::string(241, 'x') + ";", "3:14: a word longer than 240 bytes");
+    std::string words = "public <a> = w";
+    for (int i = 0; i < 60'000; ++i)
+        words += " |\nw" + std::to_string(i);
+    ends(words + ";", "60003:1: the grammar has too many words");
+    std::string row = "public <a> = stop\n";
+    for (int i = 0; i < 3000; ++i)
+        row += "[w" + std::to_string(i) + "] ";
+    ends(row + ";", "4:1: too many parts in a row can be left out");
 }
 
 TEST(GrammarNetwork, CommonBeginningsAndEndingsAreJoined)
@@ -122,12 +143,15 @@ TEST(GrammarNetwork, CommonBeginningsAndEndingsAreJoined)
     EXPECT_LT(network.arcs.size(), 510U);
 }
 
-std::string manyX(int count)
+TEST(GrammarNetwork, RowsOfTheSameOptionalWordTakeOneStateEach)
 {
-    std::string words;
-    while (count-- > 0)
-        words += "x ";
-    return words;
+    constexpr int32_t kWords = 700;
+    for (const char *each : {"[go]", "[go | go]", "[[go]]", "[go {t}]"}) {
+        Network network;
+        EXPECT_EQ(faults(rules("public <a> = " + repeated(each, kWords) + " stop;"), &network), "");
+        EXPECT_EQ(network.states, kWords + 3) << each;
+        EXPECT_EQ(network.arcs.size(), 2 * kWords + 2U) << each;
+    }
 }
 
 // The tree of rules without a fault.
@@ -208,8 +232,8 @@ TEST(Matcher, RepetitionAndRecursionMatchAsFarAsTheRestAllows)
 TEST(Matcher, AmbiguityDoesNotExplode)
 {
     RuleTree grammar = tree("public <a> = (((x*)*)* x*)* (x | x x | [x] x)* (x* x*)* y;");
-    EXPECT_EQ(meaning(grammar, manyX(60)), "-");
-    EXPECT_EQ(meaning(grammar, manyX(60) + "y"), "a{}");
+    EXPECT_EQ(meaning(grammar, repeated("x ", 60)), "-");
+    EXPECT_EQ(meaning(grammar, repeated("x ", 60) + "y"), "a{}");
 }
 
 TEST(Matcher, WorkIsBounded)
@@ -217,10 +241,10 @@ TEST(Matcher, WorkIsBounded)
     std::string many = "public <a> = x* w";
     for (int i = 0; i < 3000; ++i)
         many += " | x* w" + std::to_string(i);
-    EXPECT_EQ(meaning(tree(many + ";"), manyX(390)), "too hard");
-    EXPECT_EQ(meaning(tree("public <a> = x*;"), manyX(401)), "too hard");
+    EXPECT_EQ(meaning(tree(many + ";"), repeated("x ", 390)), "too hard");
+    EXPECT_EQ(meaning(tree("public <a> = x*;"), repeated("x ", 401)), "too hard");
     // Deeper than the stack is allowed to grow.
-    EXPECT_EQ(meaning(tree("public <a> = x [<a>];"), manyX(390)), "too hard");
+    EXPECT_EQ(meaning(tree("public <a> = x [<a>];"), repeated("x ", 390)), "too hard");
 }
 
 } // namespace
