@@ -83,6 +83,10 @@ std::FILE *platformOpenFile(const char *path, const char *mode);
 // were written.
 size_t platformWriteThrough(std::FILE *stream, const void *data, size_t bytes);
 
+// Where the stream's file ends, in bytes, whoever has written to it; -1 when that is unknown. Later
+// writes of a stream that was opened for appending go there.
+int64_t platformFileEnd(std::FILE *stream);
+
 // Whether the stream shows on a terminal.
 bool platformIsTerminal(std::FILE *stream);
 

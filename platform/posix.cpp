@@ -244,6 +244,11 @@ size_t platformWriteThrough(std::FILE *stream, const void *data, size_t bytes)
     return written < 0 ? 0 : static_cast<size_t>(written);
 }
 
+int64_t platformFileEnd(std::FILE *stream)
+{
+    return lseek(fileno(stream), 0, SEEK_END);
+}
+
 void *platformLibraryOpen(const char *path)
 {
     return dlopen(path, RTLD_NOW | RTLD_LOCAL);

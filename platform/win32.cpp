@@ -204,6 +204,11 @@ size_t platformWriteThrough(std::FILE *stream, const void *data, size_t bytes)
     return written < 0 ? 0 : static_cast<size_t>(written);
 }
 
+int64_t platformFileEnd(std::FILE *stream)
+{
+    return _lseeki64(_fileno(stream), 0, SEEK_END);
+}
+
 void *platformLibraryOpen(const char *path)
 {
     return LoadLibraryExW(widen(path).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);

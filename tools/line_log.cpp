@@ -58,10 +58,17 @@ void openStream(LineLog *log, const char *mode)
 void rollOver(LineLog *log)
 {
     if (log->stream == stdout || log->sizeLimitBytes <= 0) return;
+    if (const int64_t end = log->isAppended ? platformFileEnd(log->stream) : -1; end >= 0)
+        log->position = end;
     if (static_cast<float>(log->position) < log->sizeLimitBytes) return;
     int64_t oldBytes = log->position;
     std::fclose(log->stream);
     openStream(log, "wb");
+    if (log->isAppended && log->stream && log->stream != stdout) {
+        // Emptied; what other processes append from now on must not be written over.
+        std::fclose(log->stream);
+        openStream(log, "ab");
+    }
     if (!log->stream) return;
     int written = std::fprintf(log->stream, "\nlog file size: %d, remove file:  %s\n\n",
                                static_cast<int>(oldBytes), log->path.c_str());
@@ -161,7 +168,8 @@ void lineLogInit(LineLog *log, int32_t threshold, const char *path, int32_t mode
     if (!log->stream) {
         log->path = path ? path : "";
         log->sizeLimitBytes = sizeMb * 1024.0F * 1024.0F;
-        openStream(log, mode != 0 ? "ab" : "wb");
+        log->isAppended = mode != 0;
+        openStream(log, log->isAppended ? "ab" : "wb");
     }
     if (!log->line) log->line.reset(new (std::nothrow) char[kLogLineBytes]);
     log->threshold = threshold;

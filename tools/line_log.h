@@ -38,6 +38,7 @@ struct LineLog {
     std::string path;
     float sizeLimitBytes = 20971520.0F; // 0 or less: no limit
     int64_t position = 0;               // of the stream, when it is a file
+    bool isAppended = false;            // others may append to the file as well
     // How the last line began, up to the second, kept for the next.
     int64_t headSecond = -1;
     uint32_t headThread = 0;

@@ -141,6 +141,26 @@ TEST_F(Log, SizeZeroIsNoLimitAndModeDecidesWhetherAFileIsKept)
     EXPECT_EQ(contents(), "");
 }
 
+TEST_F(Log, TwoThatAppendToOneFileBothRollItOverAndKeepWhatTheOtherWrites)
+{
+    open(1, 1, 0.001F);
+    LineLog other;
+    lineLogInit(&other, 1, path_.c_str(), 1, 0.001F);
+    LineLog *logs[] = {&log_, &other};
+    for (int i = 0; i < 4; ++i) {
+        LineLog *filling = logs[i % 2];
+        while (contents().size() < 1049)
+            lineLogPrint(filling, kInfo, "f", 1, "  %s\n", std::string(100, 'x').c_str());
+        const std::string full = std::to_string(contents().size());
+        lineLogPrint(logs[1 - i % 2], kInfo, "f", 1, "  %s\n", "over");
+        EXPECT_TRUE(contents().starts_with("\nlog file size: " + full + ", ")) << contents();
+        lineLogPrint(filling, kInfo, "f", 1, "  %s\n", "behind");
+        lineLogPrint(logs[1 - i % 2], kInfo, "f", 1, "  %s\n", "last");
+        EXPECT_EQ(lines().size(), 6U) << contents();
+    }
+    lineLogRelease(&other);
+}
+
 TEST_F(Log, AFileThatCannotBeReopenedAtItsLimitGivesWayToStandardOutput)
 {
     // Seen from another working directory, the relative path leads to a folder.
