@@ -38,6 +38,12 @@ const cJSON *jsonObject(const cJSON *object, const char *key)
     return cJSON_IsObject(member) ? member : nullptr;
 }
 
+void jsonRemove(cJSON *object, const char *key)
+{
+    while (cJSON_GetObjectItem(object, key))
+        cJSON_DeleteItemFromObject(object, key);
+}
+
 bool jsonIs(const cJSON *object, const char *key, const char *value)
 {
     const char *text = jsonString(object, key);

@@ -37,6 +37,9 @@ const cJSON *jsonObject(const cJSON *object, const char *key);
 // The member of any type, or null.
 const cJSON *jsonMember(const cJSON *object, const char *key);
 
+// Takes every member of that name out, whatever its case: readers find the first one.
+void jsonRemove(cJSON *object, const char *key);
+
 // Whether the member is exactly the string `value`.
 bool jsonIs(const cJSON *object, const char *key, const char *value);
 

@@ -174,6 +174,9 @@ int32_t agentStopDialog(AgentRecord *agent, const char *params)
         AGENT_LOG(kError, "  %s onStopDialog malloc failed\n", kAgentTag);
         return -1;
     }
+    // Options that are no object ask for nothing, and an operation of their own for nothing else.
+    if (!cJSON_IsObject(request.get())) request.reset(cJSON_CreateObject());
+    jsonRemove(request.get(), "operation");
     cJSON_AddStringToObject(request.get(), "operation", "stop");
     publishText(agent->node, topics::kDialogCtrl, jsonPrint(request.get()).get());
     return 0;

@@ -74,9 +74,12 @@ HeapText decisionText(const cJSON *result, const std::optional<std::string> &tex
     Json decision{semantics ? cJSON_Duplicate(semantics, true) : cJSON_CreateObject()};
     cJSON *dialog = dialogObject(decision.get());
     const bool endsSession = !jsonIs(dialog, "shouldEndSession", "false");
-    cJSON_DeleteItemFromObject(dialog, "shouldEndSession");
+    jsonRemove(dialog, "shouldEndSession");
     cJSON_AddBoolToObject(dialog, "shouldEndSession", endsSession);
-    if (text) cJSON_AddStringToObject(dialog, "input", text->c_str());
+    if (text) {
+        jsonRemove(dialog, "input"); // a grammar's own would be found first
+        cJSON_AddStringToObject(dialog, "input", text->c_str());
+    }
     return jsonPrint(decision.get());
 }
 

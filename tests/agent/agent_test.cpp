@@ -59,6 +59,9 @@ const Row kRows[] = {
     {"{}", vantelStopDialog, 0, "I onStopDialog, params: NULL", "api.localAgent.dialogCtrl", kStop},
     {"{}", with(vantelStopDialogParams, nullptr), 0, "I onStopDialog, params: NULL", "api.localAgent.dialogCtrl", kStop},
     {"{}", with(vantelStopDialogParams, R"({ "a": 1 } x)"), 0, R"(I onStopDialog, params: { "a": 1 } x)", "api.localAgent.dialogCtrl", R"({"a":1,"operation":"stop"})"},
+    {"{}", with(vantelStopDialogParams, kStart.c_str()), 0, "I onStopDialog, params: " + kStart, "api.localAgent.dialogCtrl", kStop},
+    {"{}", with(vantelStopDialogParams, R"({"Operation":1,"a":1,"operation":"x"})"), 0, R"(I onStopDialog, params: {"Operation":1,"a":1,"operation":"x"})", "api.localAgent.dialogCtrl", R"({"a":1,"operation":"stop"})"},
+    {"{}", with(vantelStopDialogParams, "[1]"), 0, "I onStopDialog, params: [1]", "api.localAgent.dialogCtrl", kStop},
     {"{}", with(vantelStopDialogParams, "no"), -1, "I onStopDialog, params: no\nE onStopDialog malloc failed"},
 
     {kExtendsp, vantelStartExtendsp, 0, "I onStartExtendsp", "api.localAgent.extendspCtrl", kStart},

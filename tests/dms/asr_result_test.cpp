@@ -41,6 +41,12 @@ const std::pair<const char *, Lines> kResults[] = {
       R"(localDm.result {"slots":[],"dm":{"shouldEndSession":true,"input":"abc"}})"}},
     {R"({"rec":"abc","eof":1,"post":{"sem":{"dm":"x"}}})",
      {recognition(R"({"text":"abc","eof":1,"post":{"sem":{"dm":"x"}}})"), decision("abc")}},
+    // Members of the same names, in any case, do not stand before the added ones.
+    {R"({"rec":"abc","eof":1,"post":{"sem":{"dm":{"Input":"x","shouldendsession":"false","a":1,)"
+     R"("input":"y","shouldEndSession":"true"}}}})",
+     {recognition(R"({"text":"abc","eof":1,"post":{"sem":{"dm":{"Input":"x",)"
+                  R"("shouldendsession":"false","a":1,"input":"y","shouldEndSession":"true"}}}})"),
+      R"(localDm.result {"dm":{"a":1,"shouldEndSession":false,"input":"abc"}})"}},
     // Shorter than three bytes.
     {R"({"rec":"ok","eof":1})", {recognition(R"({"text":"","eof":1})"), decision("")}},
     // Partial results, and those that say neither.
