@@ -17,6 +17,8 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
+#include <string>
 
 #define PROCESSOR_LOG(level, ...) VANTEL_LOG(kProcessorLog.source, level, __VA_ARGS__)
 
@@ -73,6 +75,9 @@ struct ProcessorRecord {
     int32_t dmTimeOut = 10000;
     int32_t checkValidDmTimerId = kNoTimer;
     int32_t vadTimeout = 10000;
+    // Text of the recognition that completes a listening-only turn, until its dialog result, which
+    // is ignored, has come as well: the turn may be over before.
+    std::optional<std::string> listenedText;
 };
 
 inline bool hasFlag(const ProcessorRecord *record, uint32_t flags)

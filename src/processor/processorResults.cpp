@@ -7,10 +7,25 @@ namespace vantel::processor
 namespace
 {
 
-bool isFinal(const char *recognition)
+bool isFinal(const cJSON *recognition)
 {
-    const Json result = jsonParse(recognition);
-    return jsonInt(result.get(), "eof", 0) == 1;
+    return jsonInt(recognition, "eof", 0) == 1;
+}
+
+std::string textIn(const cJSON *object, const char *key)
+{
+    const char *text = jsonString(object, key);
+    return text ? text : "";
+}
+
+// A listening-only turn has no dialog: of its recognition only the text counts, whether the dialog
+// result comes before the end of the turn or after it.
+bool isOfListeningOnly(ProcessorRecord *record, const cJSON *dialogResult)
+{
+    const bool isIts = record->listenedText &&
+                       *record->listenedText == textIn(jsonObject(dialogResult, "dm"), "input");
+    if (isIts) record->listenedText.reset();
+    return isIts || hasFlag(record, kListenRequested);
 }
 
 // The host's answer takes the place of what it was told.
@@ -35,7 +50,8 @@ void forward(ProcessorRecord *record, const char *topic, const Message &message)
 void onAsrResult(ProcessorRecord *record, const Message &message)
 {
     killTimer(record, Timer::dm);
-    if (hasFlag(record, kListenRequested) && isFinal(message.text())) {
+    const Json result = jsonParse(message.text());
+    if (hasFlag(record, kListenRequested) && isFinal(result.get())) {
         // That was all a listening-only turn is for.
         _killAllTimer(record);
         changeStatus(record, DialogStatus::silence);
@@ -55,16 +71,21 @@ void onAsrEnd(ProcessorRecord *record, const Message &)
 void onLocalAsrResult(ProcessorRecord *record, const Message &message)
 {
     PROCESSOR_LOG(kInfo, "  %s local asr result: %s\n", kProcessorTag, orNull(message.text()));
-    if (isFinal(message.text())) _consoleDmsReset(record, nullptr);
+    const Json result = jsonParse(message.text());
+    if (isFinal(result.get())) {
+        _consoleDmsReset(record, nullptr);
+        record->listenedText.reset();
+        if (hasFlag(record, kListenRequested)) record->listenedText = textIn(result.get(), "text");
+    }
     forward(record, topics::kAsrResult, message);
 }
 
 void onLocalDmResult(ProcessorRecord *record, const Message &message)
 {
-    if (hasFlag(record, kListenRequested)) return;
+    const Json result = jsonParse(message.text());
+    if (isOfListeningOnly(record, result.get())) return;
     PROCESSOR_LOG(kInfo, "  %s local dm result: %s\n", kProcessorTag, orNull(message.text()));
     _consoleDmsReset(record, nullptr);
-    const Json result = jsonParse(message.text());
     if (const cJSON *command = jsonObject(jsonObject(result.get(), "dm"), "command")) {
         const HeapText text = jsonPrint(command);
         publishText(record->node, topics::kCommandApi, text.get());

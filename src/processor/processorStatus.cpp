@@ -31,6 +31,8 @@ void enterStatus(ProcessorRecord *record)
         setTimer(record, Timer::cancelDialog);
         return;
     case DialogStatus::understanding:
+        // Whatever was on its way from a turn before has come by now.
+        if (!hasFlag(record, kListenRequested)) record->listenedText.reset();
         setTimer(record, Timer::dm);
         return;
     case DialogStatus::listening:
