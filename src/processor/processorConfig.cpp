@@ -1,3 +1,4 @@
+#include "src/node/durations.h"
 #include "src/processor/processorRecord.h"
 #include "tools/json.h"
 #include "tools/quenda_tool.h"
@@ -18,13 +19,19 @@ bool isOne(const cJSON *object, const char *key)
     return jsonInt(object, key, 0) == 1;
 }
 
+// An absent member leaves the default.
+void readDurationOf(const cJSON *object, const char *key, const char *name, int32_t *duration)
+{
+    *duration = readDuration(kProcessorLog, object, key, name, *duration);
+}
+
 void readVad(ProcessorRecord *record, const cJSON *vad)
 {
     if (isOne(vad, "fullMode")) {
         setFlag(record, kVadFullMode, true);
         PROCESSOR_LOG(kInfo, "  %s enable vad fullMode\n", kProcessorTag);
     }
-    record->vadTimeout = jsonInt(vad, "timeout", record->vadTimeout);
+    readDurationOf(vad, "timeout", R"("vad"."timeout")", &record->vadTimeout);
 }
 
 void readOneshot(ProcessorRecord *record, const cJSON *oneshot)
@@ -33,7 +40,7 @@ void readOneshot(ProcessorRecord *record, const cJSON *oneshot)
         setFlag(record, kOneshotEnabled, true);
         PROCESSOR_LOG(kInfo, "  %s enable oneshot\n", kProcessorTag);
     }
-    record->oneshotTimeout = jsonInt(oneshot, "timeout", record->oneshotTimeout);
+    readDurationOf(oneshot, "timeout", R"("oneshot"."timeout")", &record->oneshotTimeout);
     if (jsonIs(oneshot, "greetMode", "immediate")) {
         record->greetImmediate = 1;
         PROCESSOR_LOG(kInfo, "  %s greetMode: %s\n", kProcessorTag,
@@ -87,9 +94,9 @@ void readConfiguration(ProcessorRecord *record, const char *configuration)
     setFlag(record, kVprDisableVad, isStringTrue(jsonObject(root, "vprRuntime"), "disableVAD"));
     readFullDuplex(record, root);
     setFlag(record, kCnttsPrivilege, isStringTrue(jsonObject(root, "cntts"), "privilege"));
-    record->dmTimeOut = jsonInt(root, "dmTimeOut", record->dmTimeOut);
+    readDurationOf(root, "dmTimeOut", R"("dmTimeOut")", &record->dmTimeOut);
     PROCESSOR_LOG(kInfo, "  %s dm timeout is: %d\n", kProcessorTag, record->dmTimeOut);
-    record->keepAliveTimeout = jsonInt(root, "keepAliveTimeout", record->keepAliveTimeout);
+    readDurationOf(root, "keepAliveTimeout", R"("keepAliveTimeout")", &record->keepAliveTimeout);
     PROCESSOR_LOG(kInfo, "  %s keepAlive timeout is: %d\n", kProcessorTag,
                   record->keepAliveTimeout);
 }

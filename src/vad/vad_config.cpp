@@ -1,3 +1,4 @@
+#include "src/node/durations.h"
 #include "src/vad/vad_record.h"
 #include "tools/json.h"
 #include "tools/quenda_tool.h"
@@ -79,13 +80,15 @@ void vadConfigure(VadRecord *record, const char *configuration)
         return;
     }
     const cJSON *vad = jsonObject(parsed.get(), "vad");
-    record->timeoutMs = jsonInt(vad, "timeout", kDefaultTimeoutMs);
+    record->timeoutMs =
+        readPeriod(kVadLog, vad, "timeout", R"("vad"."timeout")", kDefaultTimeoutMs);
     logMicrophone(kVadLog, parsed.get());
     if (jsonInt(vad, "fullMode", 0) == 1) {
         setFlag(record, kFullMode);
         VAD_LOG(kInfo, "  %s enable fullMode\n", kVadTag);
     }
-    record->pauseMs = jsonInt(vad, "pauseTime", kDefaultPauseMs);
+    record->pauseMs = readDuration(kVadLog, vad, "pauseTime", R"("vad"."pauseTime")",
+                                   kDefaultPauseMs, kUsedAsItIs);
     makeDetector(record, vad);
     if (const char *deviceId = jsonString(parsed.get(), "deviceId")) record->deviceId = deviceId;
     setUpOneshot(record, parsed.get());

@@ -1,5 +1,6 @@
 #include "src/vad/vad_record.h"
 
+#include "src/node/durations.h"
 #include "src/node/topics.h"
 #include "tools/json.h"
 #include "tools/quenda_tool.h"
@@ -91,7 +92,8 @@ void onTimerCtrl(VadRecord *record, const Payload &payload)
     if (jsonIs(message.get(), "operation", "start")) {
         if (record->state != VadState::started) return;
         killVadTimer(record);
-        armVadTimer(record, jsonInt(message.get(), "timeout", record->timeoutMs));
+        armVadTimer(record, readPeriod(kVadLog, message.get(), "timeout", R"("timeout")",
+                                       record->timeoutMs));
     } else if (jsonIs(message.get(), "operation", "stop")) {
         killVadTimer(record);
     }

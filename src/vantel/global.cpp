@@ -41,6 +41,15 @@ void logBanner(const char *configuration)
     API_LOG(kInfo, "  %s %s, configuration: %s\n", kApiTag, kBanner, configuration);
 }
 
+void warnOfSize(const cJSON *configuration, const InitSettings &settings)
+{
+    const cJSON *size = jsonMember(configuration, "size");
+    if (!size || cJSON_IsNumber(size)) return;
+    const HeapText value = jsonPrint(size);
+    API_LOG(kWarning, "  %s \"size\": %s is no number, %g is used\n", kApiTag, orNull(value.get()),
+            settings.sizeMb);
+}
+
 // The engine has a log of its own beside the library's. A host's own "logFile" stays first.
 void addEngineLog(cJSON *configuration, const std::string &logDirectory)
 {
@@ -74,6 +83,7 @@ int32_t initialise(const char *text)
     }
     openLog(settings, settings.logDirPath ? logFile.c_str() : nullptr);
     logBanner(text);
+    warnOfSize(configuration.get(), settings);
     global().configuration = dupString(text);
     return loadEngine(configuration.get());
 }
@@ -86,7 +96,7 @@ InitSettings readInitSettings(const cJSON *configuration)
     settings.level = jsonInt(configuration, "level", settings.level);
     settings.mode = jsonInt(configuration, "mode", settings.mode);
     const cJSON *size = jsonMember(configuration, "size");
-    if (size) settings.sizeMb = size->valuedouble;
+    if (cJSON_IsNumber(size)) settings.sizeMb = size->valuedouble;
     const char *logDirPath = jsonString(configuration, "logDirPath");
     if (logDirPath) settings.logDirPath = logDirPath;
     return settings;

@@ -3,6 +3,7 @@
 #include "include/vantel/vantel.h"
 #include "src/agent/agent.h"
 #include "src/dms/dms.h"
+#include "src/node/durations.h"
 #include "src/node/instance.h"
 #include "src/node/node_loop.h"
 #include "src/processor/processor.h"
@@ -66,7 +67,8 @@ bool readParams(const char *text, const cJSON *stored, InstanceSettings *setting
     addInitSettings(params.get(), stored, settings->init);
     const char *homePath = jsonString(params.get(), "homePath");
     settings->homePath = pathOrNothing("homePath", homePath ? homePath : "");
-    settings->timerClickMs = jsonInt(params.get(), "timerClickMs", kDefaultTimerClickMs);
+    settings->timerClickMs = readDuration(kApiLog, params.get(), "timerClickMs",
+                                          R"("timerClickMs")", kDefaultTimerClickMs, kUsedAsItIs);
     settings->nodeConfiguration = jsonPrintFormatted(params.get());
     if (!settings->nodeConfiguration) API_LOG(kError, "  %s not params\n", kApiTag);
     return true;

@@ -1,13 +1,14 @@
 // The log call of the exported functions.
 #pragma once
 
-#include "tools/log.h"
+#include "src/node/node_log.h"
 
-#define API_LOG(level, ...) VANTEL_LOG("src/vantel/vantel", level, __VA_ARGS__)
+#define API_LOG(level, ...) VANTEL_LOG(::vantel::kApiLog.source, level, __VA_ARGS__)
 
 namespace vantel
 {
 
 constexpr char kApiTag[] = "vantel";
+constexpr NodeLog kApiLog = {"src/vantel/vantel", kApiTag};
 
 } // namespace vantel

@@ -58,13 +58,24 @@ TEST_F(Configuration, EveryOptionIsReadAndLoggedInItsOrder)
 
 TEST_F(Configuration, ValuesOfTheWrongKindLeaveSwitchesOffAndDurationsAtNothing)
 {
-    read(R"({"asrRes":"","asr":{"disableVAD":true},"vad":{"fullMode":"1","timeout":"5"},)"
-         R"("oneshot":{"enable":1,"timeout":[],"greetMode":"later"},"enableStreamData":"true",)"
-         R"("vprRuntime":"true","fullDuplex":true,"cntts":{"privilege":"yes"},)"
-         R"("dmTimeOut":"5000","keepAliveTimeout":null})");
+    const Lines said =
+        read(R"({"asrRes":"","asr":{"disableVAD":true},"vad":{"fullMode":"1","timeout":"5"},)"
+             R"("oneshot":{"enable":1,"timeout":[],"greetMode":"later"},"enableStreamData":"true",)"
+             R"("vprRuntime":"true","fullDuplex":true,"cntts":{"privilege":"yes"},)"
+             R"("dmTimeOut":"5000","keepAliveTimeout":null})");
     EXPECT_EQ(record->flags, 0U);
     EXPECT_EQ(record->greetImmediate, 0);
     EXPECT_EQ(durations(), (std::vector{0, 0, 0, 0}));
+    EXPECT_EQ(
+        said,
+        (Lines{R"([W]"vad"."timeout": "5" is no number, 0 is used)",
+               R"([W]"oneshot"."timeout": [] is no number, 0 is used)", "[I]disable streamData",
+               "[I]disable fullDuplex", R"([W]"dmTimeOut": "5000" is no number, 0 is used)",
+               "[I]dm timeout is: 0", R"([W]"keepAliveTimeout": null is no number, 0 is used)",
+               "[I]keepAlive timeout is: 0"}));
+    EXPECT_EQ(read(R"({"dmTimeOut":-5,"keepAliveTimeout":0})")[2],
+              R"([W]"dmTimeOut": -5 is negative, this wait has no end)");
+    EXPECT_EQ(durations(), (std::vector{-5, 0, 10000, 600}));
     EXPECT_EQ(read(R"({"fullDuplex":"true","vad":{"fullMode":0}})")[2],
               "[E]enable fullDuplex, must use vad fullMode");
     EXPECT_EQ(record->flags, uint32_t{vantel::processor::kFullDuplex});

@@ -209,6 +209,34 @@ TEST_F(Vad, TimerCtrlArmsOnlyWhileStartedAndItsTimeoutHoldsOnce)
     }
 }
 
+TEST_F(Vad, APeriodBelowAMillisecondCountsAsAbsent)
+{
+    const std::string topic = "sys.localProcessor.TimerCtrl";
+    for (const char *value : {"0", "-1", "\"500\"", "null", "0.9"}) {
+        const std::string timeout = std::string(R"("timeout":)") + value;
+        begin(("{\"vad\":{" + timeout + "}}").c_str());
+        start();
+        advance(9000);
+        EXPECT_EQ(logged("vad timeout"), 0U) << value;
+        advance(1000);
+        EXPECT_EQ(logged("vad timeout"), 1U) << value;
+        begin(R"({"vad":{"timeout":200000}})");
+        start();
+        send(topic, R"({"operation":"start",)" + timeout + "}");
+        advance(100000);
+        EXPECT_EQ(logged("vad timeout"), 0U) << value;
+        EXPECT_EQ(log("[W]"), Lines{std::string(R"([W]  ZQ-localVad "timeout": )") + value +
+                                    " is below 1, 200000 is used"});
+    }
+    begin(R"({"vad":{"timeout":0,"pauseTime":-1}})");
+    EXPECT_EQ(
+        log("[W]"),
+        (Lines{R"([W]  ZQ-localVad "vad"."timeout": 0 is below 1, 10000 is used)",
+               R"([W]  ZQ-localVad "vad"."pauseTime": -1 is negative, it is used as it is)"}));
+    start();
+    EXPECT_EQ(calls("ostrel_vad_start").back().text, R"({"pauseTime":-1})");
+}
+
 TEST_F(Vad, StrangeMessagesAndStatusesChangeNothing)
 {
     begin(kWithOneshot);

@@ -68,6 +68,9 @@ TEST_F(Global, PassesModeAndSizeToTheLog)
     EXPECT_NE(both.find("first"), std::string::npos);
     EXPECT_NE(both.find("second"), std::string::npos);
     EXPECT_TRUE(logAfter(R"("mode":0,"size":0.0001)").starts_with("\nlog file size: "));
+    const std::string odd = logAfter(R"("mode":0,"size":"5")");
+    EXPECT_NE(odd.find(R"([W] src/vantel/vantel#)"), std::string::npos) << odd;
+    EXPECT_NE(odd.find(R"("size": "5" is no number, 20 is used)"), std::string::npos) << odd;
 }
 
 TEST_F(Global, AFailedLoadGivesTheEnginesErrorAndKeepsTheConfiguration)
