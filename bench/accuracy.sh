@@ -54,15 +54,16 @@ list_packages() {
 }
 
 # Lists at most forty sounds of half a second to six, taken evenly from the files given.
-list_other() {
-    local step=$((($# + 39) / 40)) source file bytes
+list_other() { # kind, files
+    local kind=$1 step=$((($# + 38) / 40)) source file bytes
+    shift
     while (($# > 0)); do
         source=$1
         shift $((step < $# ? step : $#))
         [[ -f $source ]] || continue
         file=$(decode "$source")
         bytes=$(stat -c %s "$file")
-        ((bytes < 16000 || bytes > 192000)) || printf 'other\t%s\n' "$file" >>"$list"
+        ((bytes < 16000 || bytes > 192000)) || printf 'other\t%s\t%s\n' "$file" "$kind" >>"$list"
     done
 }
 
@@ -83,9 +84,9 @@ list_people() {
     for source in "$hedgewars"/Music/*.ogg; do
         [[ ! -f $source ]] || printf 'music\t%s\n' "$(decode "$source")" >>"$list"
     done
-    list_other "$hedgewars"/Sounds/voices/{British,Classic,Default,HillBilly,Mobster,Pirate,Surfer}/*.ogg
-    list_other /usr/share/asterisk/sounds/en_US_f_Allison/*.g722
-    list_other /usr/share/pocketsphinx/test/data/librivox/*.wav
+    list_other shouts "$hedgewars"/Sounds/voices/{British,Classic,Default,HillBilly,Mobster,Pirate,Surfer}/*.ogg
+    list_other announcements /usr/share/asterisk/sounds/en_US_f_Allison/*.g722
+    list_other 'a book' /usr/share/pocketsphinx/test/data/librivox/*.wav
 }
 
 if [[ -n ${SPEECH:-} ]]; then

@@ -7,7 +7,7 @@
 //   --vad JSON         members of the detector's
 //   --pause MS         silence that ends speech (500)
 //   --threshold CONF   from which a command is accepted (0.55)
-//   --sets NAMES       only these grammars, with commas
+//   --sets NAMES       only these sets and grammars, with commas
 //   --rooms NAMES      only these conditions
 //   --every N --from K every N-th clip from the K-th on (1 and 0): a quick look, or one half
 //   --no-other         without other speech and nearly right orders
@@ -15,10 +15,16 @@
 //   --threads N        (one a processor)
 //   --details FILE     every single result
 //
-// LIST, written by bench/accuracy.sh, has lines of kind and file, for a clip also what is said:
-// "grammar" (a JSGF file, named like the kind of its clips), "other", "kitchen", "music", and the
-// clips of each grammar, whose text is words or, as JSON, the parameters of the command. What
-// depends on chance depends on the seed and the clip alone, whatever else is measured.
+// LIST, written by bench/accuracy.sh and bench/mandarin.sh, has lines of kind, file and text:
+//
+//   grammar  a JSGF file NAME.gram
+//   NAME     a clip for that grammar and what is said: words or, as JSON, the command's parameters;
+//            NAME:SET is a set of its own for it
+//   other    speech that is in no grammar, and of which kind
+//   kitchen, music  noises
+//
+// Other speech for a grammar are also the clips of the others, unless one of its own says the same.
+// What depends on chance depends on the seed and the clip alone, whatever else is measured.
 #include "bench/rooms.h"
 #include "contracts/ostrel.h"
 #include "tools/json.h"
@@ -31,6 +37,7 @@
 #include <iterator>
 #include <map>
 #include <optional>
+#include <set>
 #include <sstream>
 #include <thread>
 
@@ -76,10 +83,12 @@ struct Options {
     unsigned threads = std::max(1U, std::thread::hardware_concurrency());
 };
 
+using Clips = std::map<std::string, std::vector<Clip>>;
+
 struct Corpus {
     std::map<std::string, std::string> grammars; // JSGF by name
-    std::map<std::string, std::vector<Clip>> clips;
-    std::vector<Clip> other;
+    Clips clips;                                 // by set
+    Clips other;                                 // by kind
     Backgrounds backgrounds;
 };
 
@@ -94,6 +103,7 @@ struct Utterance {
     std::string heard{};
     std::string command{}; // parameters, as JSON
     double confidence = 0;
+    std::string fit{}; // as JSON, with "showFit"
 };
 
 struct Trial {
@@ -101,6 +111,7 @@ struct Trial {
     const Condition *condition = nullptr;
     const std::vector<Clip> *voices = nullptr; // for babble
     std::string grammar;
+    std::string row; // of the table
     Kind kind = Kind::command;
     unsigned seed = 0;
     // Results.
@@ -159,11 +170,16 @@ Corpus readCorpus(const std::string &list)
         else if (kind == "music")
             corpus.backgrounds.music.push_back(bench::readSamples(file));
         else if (Clip clip = bench::makeClip(file, label); clip.activePower > 0)
-            (kind == "other" ? corpus.other : corpus.clips[kind]).push_back(std::move(clip));
+            (kind == "other" ? corpus.other[label] : corpus.clips[kind]).push_back(std::move(clip));
     }
-    if (corpus.grammars.contains(kNearOf))
+    if (corpus.grammars.contains(kNearOf) && corpus.clips.contains(kNearOf))
         corpus.grammars[kNearGrammar] = withoutDrinks(corpus.grammars[kNearOf]);
     return corpus;
+}
+
+std::string grammarOf(const std::string &set)
+{
+    return set.substr(0, set.find(':'));
 }
 
 class Trials
@@ -171,11 +187,14 @@ class Trials
 public:
     Trials(const Corpus &corpus, const Options &options) : corpus_(corpus), options_(options)
     {
-        for (const auto &[grammar, clips] : corpus.clips) {
-            if (!isNamed(options.sets, grammar) || !corpus.grammars.contains(grammar)) continue;
-            addCommands(grammar, clips);
-            if (options.other) addOther(grammar);
-            if (options.other && grammar == kNearOf) addNearlyRight(clips);
+        for (const auto &[set, clips] : corpus.clips)
+            if (isNamed(options.sets, set)) addCommands(set, clips);
+        for (const auto &[grammar, jsgf] : corpus.grammars) {
+            if (!options.other || !isNamed(options.sets, grammar)) continue;
+            if (grammar == kNearGrammar)
+                addNearlyRight();
+            else
+                addOther(grammar);
         }
     }
 
@@ -183,7 +202,7 @@ public:
 
 private:
     void add(const Clip &clip, const Condition &condition, const std::vector<Clip> &voices,
-             const std::string &grammar, Kind kind)
+             const Trial &trial)
     {
         if (!isNamed(options_.rooms, condition.name) ||
             !bench::hasSounds(corpus_.backgrounds, voices, condition.room))
@@ -191,37 +210,60 @@ private:
         // Of its own, so that a choice of clips or conditions changes no noise.
         const auto place = static_cast<unsigned>(&clip - voices.data());
         const auto number = static_cast<unsigned>(&condition - kConditions);
-        trials_.push_back({&clip, &condition, &voices, grammar, kind,
-                           options_.seed * 7919 + place * 31 + number});
+        trials_.push_back(trial);
+        trials_.back().clip = &clip;
+        trials_.back().condition = &condition;
+        trials_.back().voices = &voices;
+        trials_.back().seed = options_.seed * 7919 + place * 31 + number;
     }
 
-    void addCommands(const std::string &grammar, const std::vector<Clip> &clips)
+    void addCommands(const std::string &set, const std::vector<Clip> &clips)
     {
         for (const Condition &condition : kConditions)
             for (size_t i = options_.from; i < clips.size(); i += options_.every)
-                add(clips[i], condition, clips, grammar, Kind::command);
+                add(clips[i], condition, clips,
+                    {.grammar = grammarOf(set), .row = set, .kind = Kind::command});
     }
 
-    // Commands of the other grammars and speech of other kinds, clean and in noise.
+    // What the grammar's own clips say.
+    std::set<std::string> labels(const std::string &grammar) const
+    {
+        std::set<std::string> texts;
+        for (const auto &[set, clips] : corpus_.clips)
+            if (grammarOf(set) == grammar)
+                for (const Clip &clip : clips)
+                    texts.insert(clip.label);
+        return texts;
+    }
+
+    // Each by turns clean and in noise, speech of the other kinds in both.
     void addOther(const std::string &grammar)
     {
-        for (const auto &[name, clips] : corpus_.clips) {
-            if (name == grammar) continue;
+        const std::set<std::string> own = labels(grammar);
+        for (const auto &[set, clips] : corpus_.clips) {
+            if (grammarOf(set) == grammar) continue;
             for (size_t i = options_.from; i < clips.size(); i += options_.every)
-                add(clips[i], i / options_.every % 2 == 0 ? kClean : kNoisy, clips, grammar,
-                    Kind::other);
+                if (!own.contains(clips[i].label))
+                    add(clips[i], i / options_.every % 2 == 0 ? kClean : kNoisy, clips,
+                        {.grammar = grammar, .row = grammar + ": " + set, .kind = Kind::other});
         }
-        for (size_t i = options_.from; i < corpus_.other.size(); i += options_.every)
-            for (const Condition *condition : {&kClean, &kNoisy})
-                add(corpus_.other[i], *condition, corpus_.other, grammar, Kind::other);
+        for (const auto &[kind, clips] : corpus_.other)
+            for (size_t i = options_.from; i < clips.size(); i += options_.every)
+                for (const Condition *condition : {&kClean, &kNoisy})
+                    add(clips[i], *condition, clips,
+                        {.grammar = grammar, .row = grammar + ": " + kind, .kind = Kind::other});
     }
 
-    void addNearlyRight(const std::vector<Clip> &clips)
+    void addNearlyRight()
     {
+        const std::vector<Clip> &clips = corpus_.clips.at(kNearOf);
         for (const Condition *condition : {&kClean, &kNoisy})
             for (size_t i = options_.from; i < clips.size(); i += options_.every)
                 if (wantsMissing(clips[i].label))
-                    add(clips[i], *condition, clips, kNearGrammar, Kind::nearlyRight);
+                    add(clips[i], *condition, clips,
+                        {.grammar = kNearGrammar,
+                         .row = std::string{kNearOf} + ": nearly right",
+                         .kind = Kind::nearlyRight});
     }
 
     const Corpus &corpus_;
@@ -335,6 +377,8 @@ private:
         utterance.endMs = engine->nowMs_;
         utterance.heard = words;
         utterance.confidence = vantel::jsonMember(result, "conf")->valuedouble;
+        if (const cJSON *fit = vantel::jsonObject(result, "fit"))
+            utterance.fit = vantel::jsonPrint(fit).get();
         const cJSON *meaning = vantel::jsonObject(vantel::jsonObject(result, "post"), "sem");
         const cJSON *command = vantel::jsonObject(vantel::jsonObject(meaning, "dm"), "command");
         if (const cJSON *parameters = vantel::jsonObject(command, "param"))
@@ -420,7 +464,7 @@ int percentile(std::vector<int> values, double share)
 {
     if (values.empty()) return 0;
     std::sort(values.begin(), values.end());
-    return values[static_cast<size_t>(std::lround(share * static_cast<double>(values.size() - 1)))];
+    return values[static_cast<size_t>(share * static_cast<double>(values.size() - 1) + 0.5)];
 }
 
 // Columns of conditions that were measured; `cell` makes of a tally what the table shows.
@@ -453,12 +497,12 @@ void printTables(const std::vector<Trial> &trials)
     Rows others;
     for (const Trial &trial : trials) {
         Rows &rows = trial.kind == Kind::command ? commands : others;
-        std::string name = trial.grammar;
-        if (trial.kind == Kind::other) name += ": other speech";
-        if (trial.kind == Kind::nearlyRight) name = std::string{kNearOf} + ": nearly right";
-        std::vector<Tally> &row = rows[name];
-        row.resize(std::size(kConditions));
-        count(trial, &row[static_cast<size_t>(trial.condition - kConditions)]);
+        for (const std::string &name : {trial.row, trial.grammar + ": all other speech"}) {
+            if (name != trial.row && trial.kind != Kind::other) continue;
+            std::vector<Tally> &row = rows[name];
+            row.resize(std::size(kConditions));
+            count(trial, &row[static_cast<size_t>(trial.condition - kConditions)]);
+        }
     }
     printTable("Right and accepted, in brackets wrong and accepted, in %; right at any confidence",
                commands, [](const Tally &tally) {
@@ -484,14 +528,15 @@ void writeDetails(const std::vector<Trial> &trials, const std::string &file)
 {
     constexpr const char *kKinds[] = {"command", "other", "nearly right"};
     std::ofstream stream{file};
-    stream << "kind\tgrammar\tcondition\tfile\tright\taccepted\tconf\tlateMs\twanted\theard\t"
-              "command\n";
+    stream << "kind\trow\tcondition\tfile\tright\taccepted\tconf\tlateMs\twanted\theard\t"
+              "command\tfit\n";
     for (const Trial &trial : trials)
-        stream << kKinds[static_cast<int>(trial.kind)] << '\t' << trial.grammar << '\t'
+        stream << kKinds[static_cast<int>(trial.kind)] << '\t' << trial.row << '\t'
                << trial.condition->name << '\t' << trial.clip->file << '\t' << trial.isRight << '\t'
                << trial.isAccepted << '\t' << trial.utterance.confidence << '\t'
                << trial.utterance.endMs - trial.clip->endMs << '\t' << trial.clip->label << '\t'
-               << trial.utterance.heard << '\t' << trial.utterance.command << '\n';
+               << trial.utterance.heard << '\t' << trial.utterance.command << '\t'
+               << trial.utterance.fit << '\n';
 }
 
 bool readOptions(int argc, char **argv, Options *options)

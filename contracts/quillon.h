@@ -58,13 +58,13 @@ CONTRACT_API int32_t quillon_server_run(void *bus);
 CONTRACT_API int32_t quillon_server_stop(void *bus);
 
 /* Adds a node to the bus. `name` is unique on its bus, without a slash, and is the first part of
- * the node's paths: "/name/verb". Callbacks may be null (messages are dropped then, calls get
- * null); `user` is handed to them. Null when the name is refused or memory runs out. */
+ * the node's paths: "/name/verb". Callbacks may be null (messages are dropped then, calls get null);
+ * `user` is handed to them. Null when the name is refused or memory runs out. */
 CONTRACT_API void *quillon_node_new(void *bus, const char *name, quillon_onmessage onmessage,
                                     quillon_oncall oncall, void *user);
 
-/* Subscribes the node to every topic of a JSON array of strings, in addition to earlier ones; to
- * one topic once at most. All of them, or none with -1 when the text is anything else or one of the
+/* Subscribes the node to every topic of a JSON array of strings, in addition to earlier ones; to one
+ * topic once at most. All of them, or none with -1 when the text is anything else or one of the
  * strings is empty. Names are compared whole. */
 CONTRACT_API int32_t quillon_node_subscribe(void *node, const char *topicsJsonArray);
 
@@ -79,10 +79,9 @@ CONTRACT_API int32_t quillon_node_run(void *node);
  * and answers nothing and makes no calls, but may still publish. */
 CONTRACT_API int32_t quillon_node_stop(void *node);
 
-/* Frees the node; comes after its loop has returned, and after every other use of its handle.
- * Others may be publishing to it or calling it meanwhile. A node that still runs is stopped first,
- * and its loop waited for; from inside one of its own callbacks the node is freed when its loop
- * returns. */
+/* Frees the node; comes after its loop has returned, and after every other use of its handle. Others
+ * may be publishing to it or calling it meanwhile. A node that still runs is stopped first, and its
+ * loop waited for; from inside one of its own callbacks the node is freed when its loop returns. */
 CONTRACT_API int32_t quillon_node_delete(void *node);
 
 /* Publishes a copy of `length` bytes to every subscriber of `topic`, the publisher included. Never
@@ -91,11 +90,10 @@ CONTRACT_API int32_t quillon_node_delete(void *node);
 CONTRACT_API int32_t quillon_publish(void *node, const char *topic, const void *data,
                                      uint32_t length);
 
-/* Calls `path` and waits for its reply, a text that stays the bus's. It is the calling thread's:
- * valid until that thread's next quillon_call, on whatever node, or its end; calls of other threads
- * on the same handle do not touch it, nor does the deletion of a node or of the bus. The callee
- * gets a copy of `length` bytes with a zero byte behind them, or null when `data` is null. A node
- * that does not run yet is waited for.
+/* Calls `path` and waits for its reply, a text that stays the bus's. It is the calling thread's: valid
+ * until that thread's next quillon_call, on whatever node, or its end; calls of other threads on the
+ * same handle do not touch it, nor does the deletion of a node or of the bus. The callee gets a copy of `length` bytes with a zero byte behind
+ * them, or null when `data` is null. A node that does not run yet is waited for.
  *
  * Null when the callee answers null, and at once when nobody can ever answer: no such node, a
  * stopped or deleted one, the caller itself, or a node that waits in calls of its own, directly or
@@ -111,9 +109,8 @@ CONTRACT_API const char *quillon_call(void *node, const char *path, const char *
 CONTRACT_API int32_t quillon_timer_set(void *node, quillon_timer callback, int32_t milliseconds,
                                        int32_t tag, void *user);
 
-/* Cancels a pending timer, also one that is due: it will not call back any more. -1 when there is
- * no such timer (any more). On another thread than the node's, a callback may be running just now.
- */
+/* Cancels a pending timer, also one that is due: it will not call back any more. -1 when there is no
+ * such timer (any more). On another thread than the node's, a callback may be running just now. */
 CONTRACT_API int32_t quillon_timer_kill(void *node, int32_t id);
 
 #ifdef __cplusplus

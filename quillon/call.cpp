@@ -80,10 +80,7 @@ template <CallLink Call::*link> void detach(CallList *list, Call *call)
 {
     CallLink &place = call->*link;
     if (place.next) (place.next->*link).previous = place.previous;
-    if (place.previous)
-        (place.previous->*link).next = place.next;
-    else
-        list->first = place.next;
+    (place.previous ? (place.previous->*link).next : list->first) = place.next;
     place = {};
 }
 
@@ -184,7 +181,7 @@ void putBack(Node *caller, CallHold call)
     if (call->text.capacity() > kKeptTextBytes) return;
     Call *empty = nullptr;
     if (caller->spareCall.compare_exchange_strong(empty, call.get(), std::memory_order_release))
-        static_cast<void>(call.release());
+        call.release();
 }
 
 } // namespace
