@@ -18,6 +18,7 @@ accuracy_packages=(
     asterisk-core-sounds-en-g722 espeak-ng:espeak-ng gcin-voice
 )
 test_packages=(libgtest-dev libgmock-dev pocketsphinx-testdata espeak-ng)
+site_packages=(doxygen:doxygen mkdocs:mkdocs python3:python3 git:git)
 bare_packages=(debootstrap:debootstrap git:git)
 windows_packages=(
     g++-mingw-w64-x86-64-posix cmake:cmake ninja:ninja-build pkg-config:pkg-config

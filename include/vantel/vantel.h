@@ -287,17 +287,20 @@ VANTEL_API int32_t vantelNotifyTTSEnd(void *handle, const char *params);
 /** Logs an account in at the dialog service; JSON as that takes it; null is ignored. */
 VANTEL_API int32_t vantelOperateOauth(void *handle, const char *params);
 
-/** @name Requests to the companion device
- * This build does not drive it: they are logged, and always -1. */
-/** @{ */
+/** Would look for the companion device; this build does not drive it: logged, and always -1. */
 VANTEL_API int32_t vantelQXFindDevice(void *handle, const char *params);
+/** As vantelQXFindDevice: a download to the device. */
 VANTEL_API int32_t vantelQXDownload(void *handle, const char *params);
+/** As vantelQXFindDevice: an update of its firmware. */
 VANTEL_API int32_t vantelQXDFU(void *handle, const char *params);
+/** As vantelQXFindDevice: a download, then an update. */
 VANTEL_API int32_t vantelQXDownloadToDFU(void *handle, const char *params);
+/** As vantelQXFindDevice: a reset of the device. */
 VANTEL_API int32_t vantelQXReset(void *handle, const char *params);
+/** As vantelQXFindDevice: texts of its own. */
 VANTEL_API int32_t vantelQXSetCustomNlg(void *handle, const char *params);
+/** As vantelQXFindDevice: its information. */
 VANTEL_API int32_t vantelQXOperateInfo(void *handle, const char *params);
-/** @} */
 
 /** Starts watching for faces; ignored unless "face" is enabled. `params` is not read. */
 VANTEL_API int32_t vantelStartFace(void *handle, const char *params);
