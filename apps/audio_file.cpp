@@ -1,11 +1,10 @@
-#include "apps/audio_source.h"
+#include "apps/audio_convert.h"
 
 #include "platform/platform.h"
 
 #include <algorithm>
 #include <cmath>
 #include <samplerate.h>
-#include <sndfile.h>
 
 namespace vantel::app
 {
@@ -14,10 +13,6 @@ namespace
 
 struct CloseFile {
     void operator()(std::FILE *file) const { std::fclose(file); }
-};
-
-struct CloseSound {
-    void operator()(SNDFILE *file) const { sf_close(file); }
 };
 
 // Reading through our own file keeps UTF-8 paths working on every system.
@@ -59,22 +54,6 @@ bool isRaw(const std::string &path)
     return path.ends_with(".raw") || path.ends_with(".pcm");
 }
 
-std::vector<float> mixedDown(SNDFILE *file, const SF_INFO &info)
-{
-    std::vector<float> mono;
-    const size_t channels = static_cast<size_t>(info.channels);
-    std::vector<float> block(4096 * channels);
-    while (sf_count_t frames = sf_readf_float(file, block.data(), 4096)) {
-        for (size_t f = 0; f < static_cast<size_t>(frames); ++f) {
-            float sum = 0;
-            for (size_t c = 0; c < channels; ++c)
-                sum += block[f * channels + c];
-            mono.push_back(sum / static_cast<float>(channels));
-        }
-    }
-    return mono;
-}
-
 std::vector<float> resampled(std::vector<float> in, int rate, std::string *error)
 {
     if (rate == kSampleRate || in.empty()) return in;
@@ -95,15 +74,6 @@ std::vector<float> resampled(std::vector<float> in, int rate, std::string *error
     return out;
 }
 
-std::vector<int16_t> toSamples(const std::vector<float> &in)
-{
-    std::vector<int16_t> samples(in.size());
-    std::transform(in.begin(), in.end(), samples.begin(), [](float value) {
-        return static_cast<int16_t>(std::lrint(std::clamp(value, -1.0F, 1.0F) * 32767.0F));
-    });
-    return samples;
-}
-
 class SampleSource : public AudioSource
 {
 public:
@@ -119,6 +89,7 @@ public:
     }
     double seconds() const override { return static_cast<double>(samples_.size()) / kSampleRate; }
     bool isLive() const override { return false; }
+    bool isPaced() const override { return false; }
 
 private:
     std::vector<int16_t> samples_;
@@ -147,13 +118,17 @@ std::unique_ptr<AudioSource> openAudioFile(const std::string &path, std::string 
         info.channels = 1;
     }
     SF_VIRTUAL_IO io{fileBytes, fileSeek, fileRead, fileWrite, fileTell};
-    std::unique_ptr<SNDFILE, CloseSound> sound{sf_open_virtual(&io, SFM_READ, &info, file.get())};
+    Sound sound{sf_open_virtual(&io, SFM_READ, &info, file.get())};
     if (!sound) {
         *error = path + ": no sound file that can be read (" + sf_strerror(nullptr) + ")";
         return nullptr;
     }
+    constexpr size_t kBlock = 4096;
+    std::vector<float> mono;
+    while (appendMono(sound.get(), info.channels, kBlock, &mono)) {
+    }
     std::string reason;
-    std::vector<float> audio = resampled(mixedDown(sound.get(), info), info.samplerate, &reason);
+    std::vector<float> audio = resampled(std::move(mono), info.samplerate, &reason);
     if (audio.empty()) {
         *error = path + ": " + (reason.empty() ? "holds no audio" : reason);
         return nullptr;

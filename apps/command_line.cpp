@@ -11,8 +11,10 @@ constexpr char kAbout[] =
     "Spoken commands from recordings or the microphone.\n\n"
     "  vantel run hello.wav                    recognise a recording with the demo grammar\n"
     "  vantel run a.wav --grammar g.gram       with a grammar of yours\n"
+    "  arecord -f S16_LE -r 16000 | vantel run -   hear another program\n"
     "  vantel listen                           speak: \"go forward ten meters\"\n"
     "  vantel grammar check g.gram             what is wrong with a grammar\n"
+    "  vantel grammar try g.gram \"go left\"     what a sentence means\n"
     "  vantel run --help                       everything about a command\n";
 
 constexpr char kExitCodes[] = "Exit codes: 0 recognised, or done; 1 something failed; "
@@ -72,10 +74,12 @@ void CommandLine::addRunCommands()
     CLI::App *run = addCommand(&app_, "run", "Hold dialogs over recordings or the microphone",
                                [this](Output *output) { return runCommand(run_, output); });
     addDialogOptions(run);
-    auto *audio = run->add_option("RECORDING,--audio", run_.audioPaths,
-                                  "recordings, one after the other: sound files of any rate and "
-                                  "channel count, or raw 16 kHz samples (.raw, .pcm)")
-                      ->type_name("FILE");
+    auto *audio =
+        run->add_option("RECORDING,--audio", run_.audioPaths,
+                        "recordings, one after the other: sound files of any rate and "
+                        "channel count, raw 16 kHz samples (.raw, .pcm), or - for standard "
+                        "input, WAV or raw")
+            ->type_name("FILE");
     run->add_flag("--mic", run_.useMicrophone, "hear the microphone")->excludes(audio);
     run->add_flag("--fast", run_.isFast, "feed recordings as fast as the engine takes them");
 
@@ -87,14 +91,39 @@ void CommandLine::addRunCommands()
     addDialogOptions(listen);
 }
 
+CLI::App *CommandLine::addGrammarCommand(CLI::App *parent, const std::string &name,
+                                         const std::string &about, GrammarCommand command)
+{
+    CLI::App *added = addCommand(
+        parent, name, about, [this, command](Output *output) { return command(grammar_, output); });
+    added
+        ->add_option("--config", grammar_.configurationPath,
+                     "JSON file whose member \"gram\" names the dictionaries")
+        ->type_name("FILE");
+    return added;
+}
+
 void CommandLine::addGrammarCommands()
 {
     CLI::App *grammar = app_.add_subcommand("grammar", "Work with grammars");
     grammar->require_subcommand(0, 1);
-    CLI::App *check =
-        addCommand(grammar, "check", "Compile a grammar and say what is wrong",
-                   [this](Output *output) { return grammarCheckCommand(grammars_[0], output); });
-    check->add_option("FILE", grammars_, "JSGF file")->required()->type_name("");
+    CLI::App *check = addGrammarCommand(grammar, "check", "Compile grammars and say what is wrong",
+                                        grammarCheckCommand);
+    check->add_option("FILE", grammar_.paths, "JSGF files; - is standard input")
+        ->required()
+        ->type_name("");
+    CLI::App *attempt = addGrammarCommand(
+        grammar, "try", "Show what sentences mean, or where they leave the grammar",
+        grammarTryCommand);
+    CLI::App *words = addGrammarCommand(
+        grammar, "words", "List the words with their pronunciations", grammarWordsCommand);
+    for (CLI::App *each : {attempt, words})
+        each->add_option("FILE", grammar_.path, "JSGF file; - is standard input")
+            ->required()
+            ->type_name("");
+    attempt->add_option("SENTENCE", grammar_.sentences, "what somebody might say")
+        ->required()
+        ->type_name("");
 }
 
 int CommandLine::run(const std::vector<std::string> &arguments, Output *output)
@@ -118,7 +147,7 @@ int CommandLine::run(const std::vector<std::string> &arguments, Output *output)
     for (const auto &[app, command] : commands_)
         if (app == chosen) return command(output);
     // Who gives no command wants to know which there are.
-    std::fputs(chosen->help().c_str(), stderr);
+    std::fputs(app_.help().c_str(), stderr);
     return kExitUsage;
 }
 

@@ -31,11 +31,14 @@ private:
     void addRunCommands();
     void addGrammarCommands();
     void addDialogOptions(CLI::App *command);
+    using GrammarCommand = int (*)(const GrammarOptions &, Output *);
+    CLI::App *addGrammarCommand(CLI::App *parent, const std::string &name, const std::string &about,
+                                GrammarCommand command);
 
     CLI::App app_;
     std::vector<std::pair<const CLI::App *, Command>> commands_;
     RunOptions run_;
-    std::vector<std::string> grammars_;
+    GrammarOptions grammar_;
 };
 
 } // namespace vantel::app

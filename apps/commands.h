@@ -16,12 +16,15 @@ enum ExitCode : int {
     kExitUsage = 3,
 };
 
+// What stands for standard input where a file is named.
+constexpr char kStandardInput[] = "-";
+
 struct RunOptions {
-    std::string configurationPath; // empty: the built-in configuration
-    std::string grammarPath;       // empty: the configuration's grammar
-    std::string language = "en";   // of the built-in grammar
-    std::string logFolder;         // empty: where the configuration says, or nowhere to stay
-    std::vector<std::string> audioPaths;
+    std::string configurationPath;       // empty: the built-in configuration
+    std::string grammarPath;             // empty: the configuration's grammar
+    std::string language = "en";         // of the built-in grammar
+    std::string logFolder;               // empty: where the configuration says, or nowhere to stay
+    std::vector<std::string> audioPaths; // kStandardInput among them
     bool useMicrophone = false;
     bool listDevices = false;
     int device = -1; // the system's default
@@ -35,7 +38,18 @@ int complain(const std::string &what);
 // Runs dialogs over recordings or the microphone and shows every event.
 int runCommand(const RunOptions &options, Output *output);
 
-// Compiles a grammar and shows what is wrong with it.
-int grammarCheckCommand(const std::string &path, Output *output);
+struct GrammarOptions {
+    std::string configurationPath;      // its "gram" says how words are pronounced; empty: as usual
+    std::string path;                   // of the grammar, or kStandardInput
+    std::vector<std::string> paths;     // of those to check
+    std::vector<std::string> sentences; // to try
+};
+
+// Compiles grammars and shows what is wrong with them.
+int grammarCheckCommand(const GrammarOptions &options, Output *output);
+// Shows what the one grammar makes of sentences: their meaning, or where they leave it.
+int grammarTryCommand(const GrammarOptions &options, Output *output);
+// Lists its words with their pronunciations.
+int grammarWordsCommand(const GrammarOptions &options, Output *output);
 
 } // namespace vantel::app

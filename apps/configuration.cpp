@@ -17,19 +17,6 @@ constexpr char kBuiltIn[] = R"json({
     "asr": {"grammar": "demo"}
 })json";
 
-Json readObject(const std::string &path, std::string *error)
-{
-    std::string text;
-    Json object;
-    if (!readFile(path, &text)) {
-        *error = path + ": cannot be read";
-    } else if (object = jsonParse(text.c_str()); !cJSON_IsObject(object.get())) {
-        *error = path + ": not a JSON object";
-        object.reset();
-    }
-    return object;
-}
-
 void setText(cJSON *object, const char *key, const char *text)
 {
     cJSON_DeleteItemFromObject(object, key);
@@ -80,11 +67,24 @@ bool canHear(const RunOptions &options, const cJSON *parameters, std::string *er
 
 } // namespace
 
+Json readConfiguration(const std::string &path, std::string *error)
+{
+    std::string text;
+    Json object;
+    if (!readFile(path, &text)) {
+        *error = path + ": cannot be read";
+    } else if (object = jsonParse(text.c_str()); !cJSON_IsObject(object.get())) {
+        *error = path + ": not a JSON object";
+        object.reset();
+    }
+    return object;
+}
+
 bool loadConfiguration(const RunOptions &options, Configuration *out, std::string *error)
 {
     out->parameters = options.configurationPath.empty()
                           ? jsonParse(kBuiltIn)
-                          : readObject(options.configurationPath, error);
+                          : readConfiguration(options.configurationPath, error);
     cJSON *parameters = out->parameters.get();
     if (!parameters || !chooseGrammar(options, parameters, error) ||
         !canHear(options, parameters, error))

@@ -14,6 +14,9 @@ struct Configuration {
     Json initialisation; // of vantelInit
 };
 
+// The object in a configuration's file; null, and why, when it cannot be used.
+Json readConfiguration(const std::string &path, std::string *error);
+
 // Reads the configuration and the grammar that the options name, or takes the built-in ones. False,
 // and why, when they cannot be used.
 bool loadConfiguration(const RunOptions &options, Configuration *out, std::string *error);

@@ -72,6 +72,7 @@ public:
     }
     double seconds() const override { return 0; }
     bool isLive() const override { return true; }
+    bool isPaced() const override { return true; }
 
 private:
     Library library_;

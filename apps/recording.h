@@ -25,6 +25,8 @@ public:
 
     const std::string &name() const { return name_; }
     bool isLive() const { return source_->isLive(); }
+    // The silence behind what came at its own pace is due at once.
+    bool isPaced() const { return source_->isPaced(); }
     double total() const { return source_->seconds(); } // 0: unknown
     double heard() const { return seconds(heard_); }    // of the source
     int64_t positionMs() const { return (heard_ + silence_) * 1000 / kSampleRate; }

@@ -75,7 +75,8 @@ bool openInput(const RunOptions &options, std::vector<Recording> *input, std::st
         return !input->empty();
     }
     for (const std::string &path : options.audioPaths) {
-        std::unique_ptr<AudioSource> source = openAudioFile(path, error);
+        std::unique_ptr<AudioSource> source =
+            path == kStandardInput ? openAudioInput(error) : openAudioFile(path, error);
         if (!source) return false;
         input->emplace_back(path, std::move(source));
     }
@@ -218,7 +219,7 @@ private:
                 std::lock_guard locked{mutex_};
                 timeline_.progress(recording->heard(), recording->total());
             }
-            if (options_.isFast || recording->isLive()) continue;
+            if (options_.isFast || recording->isPaced()) continue;
             due += milliseconds(static_cast<int>(chunk.size()) * 1000 / kSampleRate);
             std::this_thread::sleep_until(due);
         }
@@ -252,13 +253,13 @@ int runCommand(const RunOptions &options, Output *output)
         complain("nothing to hear: give a recording or --mic");
         return kExitUsage;
     }
+    platformCatchInterrupts();
     Configuration configuration;
     LogFolder logs; // before the session, which still writes while it ends
     std::vector<Recording> input;
     if (!loadConfiguration(options, &configuration, &error) ||
         !chooseLogs(options, &configuration, &logs, &error) || !openInput(options, &input, &error))
         return complain(error);
-    platformCatchInterrupts();
     Run run{options, logs, output};
     const int code = run.hold(configuration, &input, &error);
     if (error.empty()) return code;

@@ -20,4 +20,13 @@ bool readFile(const std::string &path, std::string *content)
     return std::ferror(file.get()) == 0;
 }
 
+bool writeFile(const std::string &path, const char *text)
+{
+    std::unique_ptr<std::FILE, decltype(&std::fclose)> file{platformOpenFile(path.c_str(), "wb"),
+                                                            std::fclose};
+    const bool written = text && file && std::fputs(text, file.get()) >= 0;
+    // What is still in the buffer meets a full disk only now.
+    return file && std::fclose(file.release()) == 0 && written;
+}
+
 } // namespace vantel

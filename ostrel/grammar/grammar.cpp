@@ -1,6 +1,7 @@
 #include "ostrel/grammar/grammar.h"
 
 #include "contracts/ostrel.h"
+#include "ostrel/grammar/grammar_report.h"
 #include "ostrel/library.h"
 #include "ostrel/no_throw.h"
 #include "ostrel/words/mandarin.h"
@@ -72,6 +73,7 @@ int32_t build(const char *text)
     if (result != 0) return result;
     const char *out = jsonString(configuration.get(), "out");
     if (out && !grammarSave(*grammar, out)) return kGrammarUnwritable;
+    if (!grammarReport(configuration.get(), *grammar)) return kGrammarUnwritable;
     const char *name = jsonString(configuration.get(), "name");
     grammarKeep(name ? name : kDefaultGrammarName, std::move(grammar));
     return 0;

@@ -13,7 +13,7 @@ enum GrammarError : int32_t {
     kGrammarUnreadable = -9102,    // the file
     kGrammarWrong = -9103,         // the grammar, or too large; the log has line and column
     kGrammarDictionary = -9104,    // a dictionary cannot be used
-    kGrammarUnwritable = -9105,    // "out"
+    kGrammarUnwritable = -9105,    // "out" or "report"
 };
 
 struct Grammar {

@@ -110,12 +110,7 @@ void grammarsRelease()
 
 bool grammarSave(const Grammar &grammar, const std::string &path)
 {
-    HeapText text = jsonPrint(toJson(grammar).get());
-    std::unique_ptr<std::FILE, decltype(&std::fclose)> file{platformOpenFile(path.c_str(), "wb"),
-                                                            std::fclose};
-    bool written = text && file && std::fputs(text.get(), file.get()) >= 0;
-    // What is still in the buffer meets a full disk only now.
-    if (file && std::fclose(file.release()) != 0) written = false;
+    const bool written = writeFile(path, jsonPrint(toJson(grammar).get()).get());
     if (!written) STORE_LOG(kError, "  cannot write the compiled grammar %s\n", path.c_str());
     return written;
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bitset>
+#include <set>
 #include <unordered_map>
 
 namespace vantel::ostrel
@@ -25,6 +26,10 @@ struct Matcher {
     int64_t steps = 0;
     int32_t depth = 0;
     bool givenUp = false;
+    // With `tells`: the furthest position at which a word was looked for, and the words that were.
+    bool tells = false;
+    int32_t furthest = 0;
+    std::set<int32_t> expected;
 };
 
 const Node &nodeAt(const Matcher &matcher, int32_t index)
@@ -43,6 +48,17 @@ bool contains(const Ends &ends, int32_t end)
 }
 
 Ends endsOf(Matcher *matcher, int32_t index, int32_t from);
+
+Ends endsOfWord(Matcher *matcher, int32_t word, int32_t from)
+{
+    if (matcher->tells && from > matcher->furthest) {
+        matcher->furthest = from;
+        matcher->expected.clear();
+    }
+    if (matcher->tells && from == matcher->furthest) matcher->expected.insert(word);
+    const auto at = static_cast<size_t>(from);
+    return at < matcher->words.size() && matcher->words[at] == word ? only(from + 1) : Ends{};
+}
 
 // Where the child can end when it begins at any of `starts`.
 Ends endsFrom(Matcher *matcher, int32_t child, const Ends &starts)
@@ -76,10 +92,7 @@ Ends childrenEnds(Matcher *matcher, const Node &node, int32_t from)
     case NodeKind::never:
         return {};
     case NodeKind::word:
-        if (static_cast<size_t>(from) < matcher->words.size() &&
-            matcher->words[static_cast<size_t>(from)] == node.index)
-            return only(from + 1);
-        return {};
+        return endsOfWord(matcher, node.index, from);
     case NodeKind::rule:
         return endsOf(matcher, matcher->tree->rules[static_cast<size_t>(node.index)].body, from);
     case NodeKind::sequence:
@@ -298,14 +311,36 @@ std::vector<int32_t> wordIndices(const RuleTree &tree, std::span<const std::stri
     return result;
 }
 
+// A rule may have matched further than any word was looked for: what came behind was too much.
+void tellStuck(Matcher *matcher, Stuck *stuck)
+{
+    std::vector<Ends> ends;
+    for (int32_t index : publicRules(*matcher->tree)) {
+        ends.push_back(endsOf(matcher, matcher->tree->rules[static_cast<size_t>(index)].body, 0));
+        for (int32_t end = matcher->furthest + 1; end <= static_cast<int32_t>(kMaxWords); ++end) {
+            if (!contains(ends.back(), end)) continue;
+            matcher->furthest = end;
+            matcher->expected.clear();
+        }
+    }
+    stuck->words = matcher->furthest;
+    for (int32_t word : matcher->expected)
+        stuck->expected.push_back(matcher->tree->words[static_cast<size_t>(word)].text);
+    stuck->mayEnd = std::any_of(ends.begin(), ends.end(), [&](const Ends &each) {
+        return contains(each, matcher->furthest);
+    });
+}
+
 } // namespace
 
-MatchResult matchWords(const RuleTree &tree, std::span<const std::string> words, Meaning *meaning)
+MatchResult matchWords(const RuleTree &tree, std::span<const std::string> words, Meaning *meaning,
+                       Stuck *stuck)
 {
     if (words.size() > kMaxWords) return MatchResult::tooHard;
     Matcher matcher;
     matcher.tree = &tree;
     matcher.words = wordIndices(tree, words);
+    matcher.tells = stuck != nullptr;
     auto count = static_cast<int32_t>(words.size());
     for (int32_t index : publicRules(tree)) {
         const Rule &rule = tree.rules[static_cast<size_t>(index)];
@@ -319,7 +354,9 @@ MatchResult matchWords(const RuleTree &tree, std::span<const std::string> words,
             mergeJson(meaning->sem.get(), object->get());
         return MatchResult::matched;
     }
-    return matcher.givenUp ? MatchResult::tooHard : MatchResult::unmatched;
+    if (matcher.givenUp) return MatchResult::tooHard;
+    if (stuck) tellStuck(&matcher, stuck);
+    return MatchResult::unmatched;
 }
 
 } // namespace vantel::ostrel

@@ -22,6 +22,18 @@ for signal in INT TERM HUP; do
     expect_equal "codes after $signal" 2 "$code"
 done
 
+# Standard input that neither ends nor goes on.
+mkfifo "$TMPDIR/input"
+exec 3<>"$TMPDIR/input"
+coproc run { exec "$tool" run --json - <"$TMPDIR/input" 2>&1; }
+pid=$run_PID
+head -c 20000 "$recording" >&3
+read -r -t 60 -u "${run[0]}" _
+kill "$pid"
+code=0
+wait "$pid" || code=$?
+expect_equal "codes after the end of waiting for input" 2 "$code"
+
 code=0
 complaint=$("$tool" run --fast --json "$recording" 2>&1 >/dev/full) || code=$?
 expect_equal "a full disk" "1 vantel: the output cannot be written: No space left on device" \
@@ -34,6 +46,6 @@ code=0
 "$tool" --help 2>/dev/null >/dev/full || code=$?
 expect_equal "help on a full disk" 1 "$code"
 
-rm "$TMPDIR/complaint"
+rm "$TMPDIR/complaint" "$TMPDIR/input"
 expect_equal "what is left" "" "$(ls "$TMPDIR")"
 exit "$((failures > 0))"
