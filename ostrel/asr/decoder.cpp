@@ -26,8 +26,7 @@ struct Decoder {
     Cepstra cepstra;                     // of the utterance that is searched as a whole
     bool borrowed = false;               // the words are of another language than the model
     bool inUtterance = false;
-    bool hasPhones = false; // a search for phones has a result
-    bool failed = false;    // the library gave up inside a call; nothing of it is touched any more
+    bool failed = false; // the library gave up inside a call; nothing of it is touched any more
 };
 
 namespace
@@ -281,19 +280,14 @@ std::vector<Segment> currentSegments(Decoder *decoder)
 
 void DecoderDelete::operator()(Decoder *decoder) const
 {
-    // The library keeps the last sequence of phones until the next, but never frees it: an
-    // utterance without sound takes its place.
-    if (decoder->hasPhones && endUtterance(decoder) &&
-        startUtterance(decoder, kPhoneSearch, CMN_NONE) && endUtterance(decoder))
-        (void)currentSegments(decoder);
-    // A decoder that failed in the middle of something is left to itself: its parts may not fit
-    // together.
     // The phone search frees the segments of its last utterance only when it makes new ones: those
     // of an empty utterance are none.
     if (decoder->ps && endUtterance(decoder) && startUtterance(decoder, kPhoneSearch, CMN_NONE) &&
         endUtterance(decoder)) {
         (void)currentSegments(decoder);
     }
+    // A decoder that failed in the middle of something is left to itself: its parts may not fit
+    // together.
     if (decoder->ps && !decoder->failed) ps_free(decoder->ps);
     delete decoder;
 }
