@@ -20,7 +20,7 @@ namespace
 constexpr uint32_t kLongestBytes = 0x7fffffff;
 
 // Memory can run out below; everything else that throws is a broken invariant.
-template <typename Result, typename Body> Result guarded(Result failure, Body body) noexcept
+template <typename Result, typename Body> Result withoutThrowing(Result failure, Body body) noexcept
 {
     try {
         return body();
@@ -42,7 +42,7 @@ bool isRefused(Node *node, const char *what, const char *name, const void *data,
 
 void *quillon_bus_new(const char *configuration)
 {
-    return guarded<void *>(nullptr, [&] { return busNew(configuration); });
+    return withoutThrowing<void *>(nullptr, [&] { return busNew(configuration); });
 }
 
 int32_t quillon_bus_delete(void *bus)
@@ -70,14 +70,15 @@ void *quillon_node_new(void *bus, const char *name, quillon_onmessage onmessage,
                        quillon_oncall oncall, void *user)
 {
     if (!bus) return nullptr;
-    return guarded<void *>(
+    return withoutThrowing<void *>(
         nullptr, [&] { return nodeNew(static_cast<Bus *>(bus), name, onmessage, oncall, user); });
 }
 
 int32_t quillon_node_subscribe(void *node, const char *topicsJsonArray)
 {
     if (!node) return -1;
-    return guarded(-1, [&] { return nodeSubscribe(static_cast<Node *>(node), topicsJsonArray); });
+    return withoutThrowing(
+        -1, [&] { return nodeSubscribe(static_cast<Node *>(node), topicsJsonArray); });
 }
 
 int32_t quillon_node_run(void *node)
@@ -110,7 +111,8 @@ const char *quillon_call(void *opaque, const char *path, const char *data, uint3
 {
     Node *node = static_cast<Node *>(opaque);
     if (isRefused(node, "call", path, data, length)) return nullptr;
-    return guarded<const char *>(nullptr, [&] { return callMake(node, path, data, length); });
+    return withoutThrowing<const char *>(nullptr,
+                                         [&] { return callMake(node, path, data, length); });
 }
 
 int32_t quillon_timer_set(void *opaque, quillon_timer callback, int32_t milliseconds, int32_t tag,
@@ -123,7 +125,7 @@ int32_t quillon_timer_set(void *opaque, quillon_timer callback, int32_t millisec
                  node->name.c_str(), milliseconds, tag);
         return -1;
     }
-    return guarded(-1, [&] {
+    return withoutThrowing(-1, [&] {
         int64_t deadline = busNowNs(node->bus) + milliseconds * kNanosecondsPerMillisecond;
         int32_t id = node->timers.set(deadline, callback, tag, user);
         // From its own callbacks the loop finds the timer before it sleeps.

@@ -1,8 +1,10 @@
+// The agent node: its record and loop, and the companion device's requests.
 #include "src/agent/agent.h"
 
 #include "src/agent/agent_record.h"
 #include "src/node/node_loop.h"
 #include "src/node/publish_text.h"
+#include "src/node/routes.h"
 #include "src/node/topics.h"
 #include "tools/json.h"
 #include "tools/quenda_tool.h"
@@ -94,13 +96,10 @@ void onQxFindDevice(AgentRecord *agent, const char *payload)
     publishText(agent->node, "sys.qxFindDevice.result", jsonPrint(result.get()).get());
 }
 
-// The companion device is not driven here, so that its requests fail.
-struct Handler {
-    const char *topic;
-    void (*handle)(AgentRecord *agent, const char *payload); // null without a payload
-};
-
-constexpr Handler kHandlers[] = {
+// In the order of subscription. The companion device is not driven here, so that its requests fail.
+constexpr Route<AgentRecord, const char *> kRoutes[] = {
+    // a null text without a payload
+    {"root.cancel.sticky", nullptr},
     {"sys.localSocket.qxFindDevice", onQxFindDevice},
     {"sys.localSocket.qxDownload", onQxDownload},
     {"sys.localSocket.qxreset", onQxReset},
@@ -110,14 +109,9 @@ constexpr Handler kHandlers[] = {
 
 int32_t onmessage(void *user, void *, const char *topic, const void *data, uint32_t length)
 {
-    auto *agent = static_cast<AgentRecord *>(user);
-    for (const Handler &handler : kHandlers) {
-        if (topic && std::strcmp(topic, handler.topic) == 0) {
-            handler.handle(agent,
-                           hasPayload(data, length) ? static_cast<const char *>(data) : nullptr);
-            break;
-        }
-    }
+    if (const auto handle = handlerOf<kRoutes>(topic))
+        handle(static_cast<AgentRecord *>(user),
+               hasPayload(data, length) ? static_cast<const char *>(data) : nullptr);
     return 0;
 }
 
@@ -129,14 +123,10 @@ char *oncall(void *, void *, const char *path, const char *)
     return dupString(R"({"data":"localAgent url not implement"})").release();
 }
 
-constexpr const char *kTopics[] = {
-    "root.cancel.sticky",      "sys.localSocket.qxFindDevice", "sys.localSocket.qxDownload",
-    "sys.localSocket.qxreset", "sys.localSocket.qxdfu",        "sys.localSocket.qxOperateInfo",
-};
-
 void agentRun(void *argument)
 {
-    runNodeLoop(static_cast<AgentRecord *>(argument), {"localAgent", kTopics, onmessage, oncall});
+    runNodeLoop(static_cast<AgentRecord *>(argument),
+                {"localAgent", kSubscriptions<kRoutes>, onmessage, oncall});
 }
 
 } // namespace

@@ -1,3 +1,4 @@
+// What the host asks for, as messages on the bus: one operation for each exported function.
 #include "src/agent/agent_operations.h"
 
 #include "src/agent/agent_record.h"

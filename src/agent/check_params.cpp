@@ -1,3 +1,4 @@
+// Whether the parameters of a request are as they should be: a table of rules for each request.
 #include "src/agent/check_params.h"
 
 #include "src/agent/agent_record.h"
@@ -5,6 +6,7 @@
 #include "src/node/publish_text.h"
 #include "src/node/topics.h"
 #include "tools/json.h"
+#include "tools/printf_format.h"
 
 #include <cstdarg>
 #include <cstdio>
@@ -194,6 +196,25 @@ const char *checkRequest(const cJSON *request, const RequestRules &rules)
     return checkElements(request, rules.members);
 }
 
+// The formatted text, of any length; empty when there is no memory.
+VANTEL_PRINTF(1, 2) HeapText formatMessage(const char *pattern, ...)
+{
+    va_list arguments;
+    va_list again;
+    va_start(arguments, pattern);
+    va_copy(again, arguments);
+    int length = std::vsnprintf(nullptr, 0, pattern, arguments);
+    va_end(arguments);
+    HeapText text;
+    if (length >= 0) {
+        size_t bytes = static_cast<size_t>(length) + 1;
+        text.reset(static_cast<char *>(std::calloc(bytes, 1)));
+        if (text) std::vsnprintf(text.get(), bytes, pattern, again);
+    }
+    va_end(again);
+    return text;
+}
+
 int32_t paramsError(const AgentRecord *agent, const char *pattern, const char *params)
 {
     HeapText message = formatMessage(pattern, orNull(params));
@@ -213,24 +234,6 @@ int32_t check(const AgentRecord *agent, const char *params, const RequestRules &
 }
 
 } // namespace
-
-HeapText formatMessage(const char *pattern, ...)
-{
-    va_list arguments;
-    va_list again;
-    va_start(arguments, pattern);
-    va_copy(again, arguments);
-    int length = std::vsnprintf(nullptr, 0, pattern, arguments);
-    va_end(arguments);
-    HeapText text;
-    if (length >= 0) {
-        size_t bytes = static_cast<size_t>(length) + 1;
-        text.reset(static_cast<char *>(std::calloc(bytes, 1)));
-        if (text) std::vsnprintf(text.get(), bytes, pattern, again);
-    }
-    va_end(again);
-    return text;
-}
 
 #define CHECK(name, ...)                                                                           \
     int32_t name(AgentRecord *agent, const char *params)                                           \

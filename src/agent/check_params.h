@@ -5,9 +5,6 @@
 // which is invalid; without an agent nothing is published. Any thread.
 #pragma once
 
-#include "tools/heap_text.h"
-#include "tools/printf_format.h"
-
 #include <cstdint>
 
 namespace vantel
@@ -25,8 +22,5 @@ int32_t checkParamsSetParams(AgentRecord *agent, const char *params);
 int32_t checkParamsOperateVocabs(AgentRecord *agent, const char *params);
 int32_t checkParamsSystemSettings(AgentRecord *agent, const char *params);
 int32_t checkParamsSkillSettings(AgentRecord *agent, const char *params);
-
-// The formatted text, of any length; empty when there is no memory.
-HeapText formatMessage(const char *pattern, ...) VANTEL_PRINTF(1, 2);
 
 } // namespace vantel

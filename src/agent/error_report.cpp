@@ -1,3 +1,4 @@
+// Error codes, their texts, and the reports made of them.
 #include "src/agent/error_report.h"
 
 #include "src/node/publish_text.h"

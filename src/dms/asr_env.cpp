@@ -1,3 +1,4 @@
+// The recogniser's start text out of the configuration's "env".
 #include "src/dms/dms_record.h"
 
 #include <charconv>

@@ -156,7 +156,7 @@ int32_t asrHandler(void *user, int32_t kind, const void *data, int32_t length)
     if (kind != 0 || !data) return 0;
     // A text without a byte is no JSON, and so a failed result like any other.
     const int bytes = std::max(length, 0);
-    guarded(kDmsLog, [=, record = static_cast<DmsRecord *>(user)] {
+    withoutThrowing(kDmsLog, [=, record = static_cast<DmsRecord *>(user)] {
         const char *begin = static_cast<const char *>(data);
         LDM_LOG(kInfo, "  %s coreAsr result %.*s\n", kLdmTag, bytes, begin);
         handleResult(record, std::string(begin, static_cast<size_t>(bytes)));

@@ -1,8 +1,7 @@
+// The DMS node: its record and loop.
 #include "src/dms/dms.h"
 
 #include "src/dms/dms_record.h"
-#include "src/node/node_loop.h"
-#include "src/node/topics.h"
 
 #include <new>
 
@@ -11,34 +10,10 @@ namespace vantel::dms
 namespace
 {
 
-constexpr const char *kTopics[] = {
-    "sys.localDms.ctrl",
-    topics::kSetParams,
-    topics::kVadPcm,
-    topics::kOperateOauth,
-    topics::kNativeResponse,
-    topics::kInputText,
-    topics::kTriggerIntent,
-    topics::kOperateVocabs,
-    topics::kSystemSettings,
-    topics::kSkillSettings,
-    topics::kProcessorNetStatus,
-    topics::kAgentExit,
-    topics::kContextSync,
-    topics::kDmsCancel,
-    topics::kDmsReset,
-    topics::kSyncDmTimeoutAsrMaxText,
-    topics::kVprRegister,
-    topics::kVprUnregister,
-    topics::kVprVerify,
-};
-
-constexpr NodeSpec kNode = {"localDms", kTopics, dmsOnMessage, dmsOnCall};
-
 void runDms(void *argument)
 {
-    guarded(kDmsLog, [record = static_cast<DmsRecord *>(argument)] {
-        runNodeLoop(record, kNode, [record] { publishHeldErrors(record->node, &record->held); });
+    withoutThrowing(kDmsLog, [record = static_cast<DmsRecord *>(argument)] {
+        runNodeLoop(record, kDmsNode, [record] { publishHeldErrors(record->node, &record->held); });
     });
 }
 

@@ -1,3 +1,4 @@
+// The configuration text of the DMS node, read into its record.
 #include "src/dms/dms_record.h"
 #include "tools/quenda_tool.h"
 

@@ -1,6 +1,7 @@
 // What the DMS node hears and answers, and the operations of a turn.
 #include "contracts/quillon.h"
 #include "src/dms/dms_record.h"
+#include "src/node/routes.h"
 #include "src/node/topics.h"
 #include "tools/quenda_tool.h"
 
@@ -112,67 +113,69 @@ void onExit(DmsRecord *record, const char *)
     quillon_node_stop(record->node);
 }
 
-struct Route {
-    const char *name; // topic or path
-    void (*handle)(DmsRecord *record, const char *text);
-};
+using DmsRoute = Route<DmsRecord, const char *>;
 
-// Audio, which is no text, has its own way; every other subscribed topic is ignored.
-constexpr Route kMessages[] = {
+// In the order of subscription. Audio, which is no text, has its own way; what has no handler is
+// for a dialog service.
+constexpr DmsRoute kMessages[] = {
     {"sys.localDms.ctrl", onCtrl},
-    {topics::kDmsReset, _dmsReset},
-    {topics::kDmsCancel, requestCancel},
     {topics::kSetParams, onSetParams},
+    {topics::kVadPcm, nullptr},
+    {topics::kOperateOauth, nullptr},
+    {topics::kNativeResponse, nullptr},
+    {topics::kInputText, nullptr},
+    {topics::kTriggerIntent, nullptr},
+    {topics::kOperateVocabs, nullptr},
+    {topics::kSystemSettings, nullptr},
+    {topics::kSkillSettings, nullptr},
     {topics::kProcessorNetStatus, onNetStatus},
-    {topics::kContextSync, onContextSync},
     {topics::kAgentExit, onExit},
+    {topics::kContextSync, onContextSync},
+    {topics::kDmsCancel, requestCancel},
+    {topics::kDmsReset, _dmsReset},
+    {topics::kSyncDmTimeoutAsrMaxText, nullptr},
+    {topics::kVprRegister, nullptr},
+    {topics::kVprUnregister, nullptr},
+    {topics::kVprVerify, nullptr},
 };
 
-constexpr Route kCalls[] = {
+constexpr DmsRoute kCalls[] = {
     {"/localDms/start", requestStart},
     {"/localDms/stop", requestStop},
     {"/localDms/reset", _dmsReset},
     {"/localDms/cancel", requestCancel},
 };
 
-// False when there is no route of that name.
-template <size_t count>
-bool follow(const Route (&routes)[count], DmsRecord *record, const char *name, const char *text)
-{
-    for (const Route &route : routes) {
-        if (std::strcmp(route.name, name) != 0) continue;
-        route.handle(record, text);
-        return true;
-    }
-    return false;
-}
-
-} // namespace
-
-int32_t dmsOnMessage(void *user, void *, const char *topic, const void *data, uint32_t length)
+int32_t onmessage(void *user, void *, const char *topic, const void *data, uint32_t length)
 {
     DMS_LOG(kVerbose, "  %s topic: %s, len: %d\n", kDmsTag, orNull(topic),
             static_cast<int>(length));
     // Longer messages are beyond the lengths of the engine.
     if (!topic || length > INT32_MAX) return 0;
-    guarded(kDmsLog, [=, record = static_cast<DmsRecord *>(user)] {
-        if (std::strcmp(topic, topics::kVadPcm) != 0) {
-            follow(kMessages, record, topic, static_cast<const char *>(data));
-        } else if (record->state == DmsState::started) {
+    withoutThrowing(kDmsLog, [=, record = static_cast<DmsRecord *>(user)] {
+        if (const auto handle = handlerOf<kMessages>(topic)) {
+            handle(record, static_cast<const char *>(data));
+        } else if (record->state == DmsState::started && std::strcmp(topic, topics::kVadPcm) == 0) {
             _dmsFeed(record, data, length);
         }
     });
     return 0;
 }
 
-char *dmsOnCall(void *user, void *, const char *path, const char *data)
+char *oncall(void *user, void *, const char *path, const char *data)
 {
     HeapText reply;
-    guarded(kDmsLog, [&, record = static_cast<DmsRecord *>(user)] {
-        if (!path || !follow(kCalls, record, path, data))
+    withoutThrowing(kDmsLog, [&, record = static_cast<DmsRecord *>(user)] {
+        if (const auto handle = handlerOf<kCalls>(path))
+            handle(record, data);
+        else
             reply = dupString(R"({"data":"localDms url not implement"})");
     });
     return reply.release();
 }
+
+} // namespace
+
+constinit const NodeSpec kDmsNode = {"localDms", kSubscriptions<kMessages>, onmessage, oncall};
 
 } // namespace vantel::dms

@@ -10,6 +10,7 @@
 #include "src/dms/dms.h"
 #include "src/node/instance.h"
 #include "src/node/node_log.h"
+#include "src/node/node_loop.h"
 #include "src/node/pcm_capture.h"
 #include "tools/json.h"
 #include "tools/quenda_mk_thread.h"
@@ -77,9 +78,8 @@ void dmsConfigure(DmsRecord *record, const char *configuration);
 // asr_env.cpp: the recogniser's start text out of the configuration's "env", an object or array.
 std::string buildAsrEnv(const cJSON *env);
 
-// dms_messages.cpp: the node's callbacks.
-int32_t dmsOnMessage(void *user, void *node, const char *topic, const void *data, uint32_t length);
-char *dmsOnCall(void *user, void *node, const char *path, const char *data);
+// dms_messages.cpp: what the node hears and answers.
+extern const NodeSpec kDmsNode;
 
 // wakeup_tails.cpp
 // Reads "wakeupWord" and "subsets" of the start parameters (null or not JSON: neither) and replaces

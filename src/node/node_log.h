@@ -15,7 +15,7 @@ struct NodeLog {
 };
 
 // Runs the body of a callback out of a C library: no exception leaves it.
-template <typename Body> void guarded(const NodeLog &log, Body body) noexcept
+template <typename Body> void withoutThrowing(const NodeLog &log, Body body) noexcept
 {
     try {
         body();

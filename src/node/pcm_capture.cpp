@@ -1,3 +1,4 @@
+// Capture files: their folder and names, and appending to them.
 #include "src/node/pcm_capture.h"
 
 #include "platform/platform.h"

@@ -1,3 +1,4 @@
+// The processor node: its record and loop. The file to read first.
 #include "src/processor/processor.h"
 
 #include "src/processor/processorRecord.h"
@@ -12,7 +13,7 @@ namespace
 
 void processorRun(void *argument)
 {
-    guarded(kProcessorLog, [record = static_cast<ProcessorRecord *>(argument)] {
+    withoutThrowing(kProcessorLog, [record = static_cast<ProcessorRecord *>(argument)] {
         runNodeLoop(record, kProcessorNode);
     });
 }

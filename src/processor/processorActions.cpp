@@ -1,3 +1,4 @@
+// What the dialog does: fixed sequences of calls and publications, and the paths that it answers.
 #include "src/processor/processorRecord.h"
 #include "tools/json.h"
 #include "tools/quenda_tool.h"
@@ -98,13 +99,13 @@ HeapText answerCall(ProcessorRecord *record, const char *path, const char *data)
     return reply && *reply != '\0' ? dupString(reply) : nullptr;
 }
 
-} // namespace
-
 void _consoleVadStart(ProcessorRecord *record)
 {
     PROCESSOR_LOG(kInfo, "  %s onStart vad\n", kProcessorTag);
     callPath(record, "/localVad/start");
 }
+
+} // namespace
 
 void _consoleVadStop(ProcessorRecord *record)
 {
@@ -228,7 +229,8 @@ char *processorOnCall(void *user, void *, const char *path, const char *data)
 {
     ProcessorRecord *record = static_cast<ProcessorRecord *>(user);
     HeapText reply;
-    if (record && path) guarded(kProcessorLog, [&] { reply = answerCall(record, path, data); });
+    if (record && path)
+        withoutThrowing(kProcessorLog, [&] { reply = answerCall(record, path, data); });
     return reply.release();
 }
 

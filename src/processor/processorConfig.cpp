@@ -1,3 +1,4 @@
+// The configuration text of the processor, read into its record.
 #include "src/node/durations.h"
 #include "src/processor/processorRecord.h"
 #include "tools/json.h"

@@ -1,3 +1,4 @@
+// How the dialog goes on after a wakeup, a reply, an error or a real-time output.
 #include "src/processor/processorRecord.h"
 #include "tools/json.h"
 #include "tools/quenda_tool.h"

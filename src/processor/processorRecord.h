@@ -191,7 +191,6 @@ enum class EventKind : int32_t { wakeup = 101, dmOutput = 102, error = 103, rtOu
 int32_t _consoleParseEvent(ProcessorRecord *record, const char *text, EventKind kind);
 
 // processorActions.cpp: fixed sequences of calls and publications. Calls wait for the callee.
-void _consoleVadStart(ProcessorRecord *record);
 void _consoleVadStop(ProcessorRecord *record);
 void _consoleDmsReset(ProcessorRecord *record, const char *payload);
 void _consoleDmsCancel(ProcessorRecord *record);

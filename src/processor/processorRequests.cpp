@@ -1,3 +1,4 @@
+// Turn logic: what opens and steers a turn, the host's requests and the bounds of speech.
 #include "src/processor/processorRecord.h"
 #include "tools/json.h"
 #include "tools/quenda_tool.h"

@@ -1,3 +1,4 @@
+// Turn logic: what a turn brings back, results, replies and errors.
 #include "src/agent/error_report.h"
 #include "src/processor/processorRecord.h"
 #include "tools/json.h"

@@ -1,9 +1,8 @@
+// Which topic is handled by whom, and how each host event is delivered.
+#include "src/node/routes.h"
 #include "src/processor/processorRecord.h"
 #include "tools/json.h"
 
-#include <algorithm>
-#include <array>
-#include <iterator>
 #include <string_view>
 
 namespace vantel::processor
@@ -130,23 +129,13 @@ template <Delivery delivery> void toHost(ProcessorRecord *record, const Message 
     deliverToHost(record, delivery, message);
 }
 
-// For members outside this library: nothing is to be done here.
-void noAction(ProcessorRecord *, const Message &) {}
-
-enum class Subscribed : uint8_t { yes, no };
-
-struct Route {
-    const char *topic;
-    void (*handle)(ProcessorRecord *record, const Message &message);
-    Subscribed subscribed = Subscribed::yes;
-};
-
-// In the order of subscription.
-constexpr Route kRoutes[] = {
+// In the order of subscription. Some are for members outside this library: nothing is to be done
+// here.
+constexpr Route<ProcessorRecord, const Message &> kRoutes[] = {
     {topics::kError, onError},
     {"sys.doa.result", toHost<Delivery::doa>},
     {topics::kSnrResult, toHost<Delivery::snr>},
-    {topics::kTtsBegin, noAction},
+    {topics::kTtsBegin, nullptr},
     {topics::kAsrResult, onAsrResult},
     {topics::kSetting, onSetting},
     {topics::kWakeupResult, onWakeupResult},
@@ -155,7 +144,7 @@ constexpr Route kRoutes[] = {
     {topics::kVadBegin, onVadBegin},
     {topics::kVadEnd, onVadEnd},
     {topics::kAsrCtrl, onAsrCtrl},
-    {topics::kTtsEnd, noAction},
+    {topics::kTtsEnd, nullptr},
     {topics::kDmsOutput, onDmsOutput},
     {topics::kCommandApi, toHost<Delivery::dmCommandApi>},
     {"sys.localDms.nativeApi", onNativeApi},
@@ -183,9 +172,9 @@ constexpr Route kRoutes[] = {
     {"sys.rt.output", onRtOutput},
     {"sys.localWakeup.evaluateResult", toHost<Delivery::evaluateKws>},
     {"sys.localFace.result", toHost<Delivery::face>},
-    {topics::kFaceCtrl, noAction},
+    {topics::kFaceCtrl, nullptr},
     {topics::kSetContextSync, onSetContextSync},
-    {topics::kTtsPcm, noAction},
+    {topics::kTtsPcm, nullptr},
     {"sys.vprResgister.result", toHost<Delivery::vprRegister>},
     {"sys.vprUnresgister.result", toHost<Delivery::vprUnregister>},
     {"sys.vprVerify.result", toHost<Delivery::vprVerify>},
@@ -200,63 +189,20 @@ constexpr Route kRoutes[] = {
     {"sys.morvane.QXInfo", toHost<Delivery::deviceInfo>, Subscribed::no},
 };
 
-// A hash table with open addressing: what it costs to find a handler does not grow with the routes.
-constexpr size_t kSlots = 256;
-constexpr uint8_t kNoRow = 255;
-static_assert(std::size(kRoutes) < kSlots / 4, "most topics are found where they are looked for");
-
-constexpr size_t slotOf(std::string_view topic)
-{
-    uint32_t hash = 2166136261U;
-    for (char character : topic)
-        hash = (hash ^ static_cast<unsigned char>(character)) * 16777619U;
-    return (hash ^ hash >> 16) % kSlots;
-}
-
-constexpr auto kRowOfSlot = [] {
-    std::array<uint8_t, kSlots> rows{};
-    rows.fill(kNoRow);
-    for (size_t row = 0; row < std::size(kRoutes); ++row) {
-        size_t slot = slotOf(kRoutes[row].topic);
-        while (rows[slot] != kNoRow)
-            slot = (slot + 1) % kSlots;
-        rows[slot] = static_cast<uint8_t>(row);
-    }
-    return rows;
-}();
-
-const Route *findRoute(std::string_view topic)
-{
-    for (size_t slot = slotOf(topic); kRowOfSlot[slot] != kNoRow; slot = (slot + 1) % kSlots) {
-        const Route &route = kRoutes[kRowOfSlot[slot]];
-        if (route.topic == topic) return &route;
-    }
-    return nullptr;
-}
-
-constexpr auto kTopics = [] {
-    std::array<const char *, std::ranges::count(kRoutes, Subscribed::yes, &Route::subscribed)>
-        topics{};
-    size_t next = 0;
-    for (const Route &route : kRoutes) {
-        if (route.subscribed == Subscribed::yes) topics[next++] = route.topic;
-    }
-    return topics;
-}();
-
 int32_t onmessage(void *user, void *, const char *topic, const void *data, uint32_t length)
 {
-    const Route *route = topic ? findRoute(topic) : nullptr;
-    if (!user || !route) return 0;
-    guarded(kProcessorLog, [&] {
-        route->handle(static_cast<ProcessorRecord *>(user), {topic, data, length});
+    const auto handle = handlerOf<kRoutes>(topic);
+    if (!user || !handle) return 0;
+    withoutThrowing(kProcessorLog, [&] {
+        handle(static_cast<ProcessorRecord *>(user), {topic, data, length});
     });
     return 0;
 }
 
 } // namespace
 
-constinit const NodeSpec kProcessorNode = {"localProcessor", kTopics, onmessage, processorOnCall};
+constinit const NodeSpec kProcessorNode = {"localProcessor", kSubscriptions<kRoutes>, onmessage,
+                                           processorOnCall};
 
 HeapText deliverToHost(ProcessorRecord *record, Delivery delivery, const Message &message)
 {

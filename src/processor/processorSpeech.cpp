@@ -1,3 +1,4 @@
+// Turn logic: what the host says or plays itself.
 #include "src/processor/processorRecord.h"
 #include "tools/json.h"
 

@@ -1,3 +1,4 @@
+// The status of the dialog, its reports and the timers that go with it.
 #include "src/processor/processorRecord.h"
 #include "tools/json.h"
 

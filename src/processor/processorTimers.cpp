@@ -1,3 +1,4 @@
+// Every timer of the dialog: one table of their times and of what happens when they expire.
 #include "src/agent/error_report.h"
 #include "src/processor/processorRecord.h"
 #include "tools/json.h"
@@ -122,7 +123,7 @@ void timerHandler(void *user, void *, int32_t tag)
         PROCESSOR_LOG(kVerbose, "  %s timer default\n", kProcessorTag);
         return;
     }
-    guarded(kProcessorLog, [&] { row->expired(record); });
+    withoutThrowing(kProcessorLog, [&] { row->expired(record); });
 }
 
 } // namespace

@@ -1,3 +1,4 @@
+// Audio in memory: a buffer that grows, and one of fixed size that forgets its oldest.
 #include "src/vad/pcm_buffer.h"
 
 #include <cassert>

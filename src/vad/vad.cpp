@@ -1,7 +1,7 @@
+// The VAD node: its record and loop, the operations of its detector, its buffer timer.
 #include "src/vad/vad.h"
 
 #include "src/node/node_loop.h"
-#include "src/node/topics.h"
 #include "src/vad/vad_record.h"
 #include "tools/json.h"
 #include "tools/quenda_tool.h"
@@ -15,20 +15,10 @@ namespace
 
 constexpr int32_t kBufferTimerTag = 1;
 
-constexpr const char *kTopics[] = {
-    "sys.localVad.ctrl",         "sys.localVad.vprRuntimeCtrl",
-    topics::kSnrCalculation,     topics::kSetParams,
-    topics::kRecorderPcm,        topics::kWakeupResult,
-    topics::kCancelOneshotAudio, topics::kAgentExit,
-    topics::kTimerCtrl,
-};
-
-constexpr NodeSpec kNode = {"localVad", kTopics, vadOnMessage, vadOnCall};
-
 void runVad(void *argument)
 {
-    guarded(kVadLog, [record = static_cast<VadRecord *>(argument)] {
-        runNodeLoop(record, kNode, [record] { publishHeldErrors(record->node, &record->held); });
+    withoutThrowing(kVadLog, [record = static_cast<VadRecord *>(argument)] {
+        runNodeLoop(record, kVadNode, [record] { publishHeldErrors(record->node, &record->held); });
         if (record->detector) _vadStop(record);
     });
 }
@@ -59,6 +49,20 @@ HeapText startText(const VadRecord *record)
     }
     cJSON_AddNumberToObject(start.get(), "pauseTime", record->pauseMs);
     return jsonPrint(start.get());
+}
+
+void _vadStart(VadRecord *record, const char *text)
+{
+    if (!record->detector) return;
+    VAD_LOG(kInfo, "  %s onStart\n", kVadTag);
+    int32_t result = ostrel_vad_start(record->detector.get(), text);
+    if (result != 0) {
+        VAD_LOG(kError, "  %s onStart, ret: %d\n", kVadTag, result);
+        return;
+    }
+    record->state = VadState::started;
+    killVadTimer(record);
+    armVadTimer(record, record->timeoutMs);
 }
 
 } // namespace
@@ -108,21 +112,6 @@ void vadStartTurn(VadRecord *record)
     HeapText text = startText(record);
     _vadStart(record, text.get());
     _createCacheVadFileName(record, kNamesOfStart);
-}
-
-int32_t _vadStart(VadRecord *record, const char *text)
-{
-    if (!record->detector) return 0;
-    VAD_LOG(kInfo, "  %s onStart\n", kVadTag);
-    int32_t result = ostrel_vad_start(record->detector.get(), text);
-    if (result != 0) {
-        VAD_LOG(kError, "  %s onStart, ret: %d\n", kVadTag, result);
-        return -1;
-    }
-    record->state = VadState::started;
-    killVadTimer(record);
-    armVadTimer(record, record->timeoutMs);
-    return 0;
 }
 
 int32_t _vadStop(VadRecord *record)

@@ -1,3 +1,4 @@
+// The measurement buffers: speech as it comes, silence and voice cut from it.
 #include "src/vad/vad_record.h"
 
 #include <algorithm>

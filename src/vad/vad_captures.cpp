@@ -1,3 +1,4 @@
+// The capture files of the VAD node.
 #include "src/vad/vad_record.h"
 
 #include <iterator>

@@ -1,3 +1,4 @@
+// The configuration text of the VAD node, read into its record; the detector is made here.
 #include "src/node/durations.h"
 #include "src/vad/vad_record.h"
 #include "tools/json.h"

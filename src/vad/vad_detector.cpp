@@ -1,3 +1,4 @@
+// What the detector says: begin and end of speech, and the speech itself, told to the others.
 #include "src/vad/vad_record.h"
 
 #include "src/node/publish_text.h"
@@ -163,7 +164,7 @@ int32_t vadHandler(void *user, int32_t kind, const void *data, int32_t length)
 {
     VadRecord *record = static_cast<VadRecord *>(user);
     const int32_t bytes = data ? std::max(length, 0) : 0;
-    guarded(kVadLog, [&] {
+    withoutThrowing(kVadLog, [&] {
         if (kind == kStatusKind && data) {
             // The engine's text may lack a terminator.
             onStatus(record,

@@ -1,7 +1,8 @@
-#include "src/vad/vad_record.h"
-
+// What the VAD node hears and answers.
 #include "src/node/durations.h"
+#include "src/node/routes.h"
 #include "src/node/topics.h"
+#include "src/vad/vad_record.h"
 #include "tools/json.h"
 #include "tools/quenda_tool.h"
 
@@ -106,40 +107,36 @@ void onAgentExit(VadRecord *record, const Payload &)
     quillon_node_stop(record->node);
 }
 
-struct Route {
-    const char *topic;
-    void (*handle)(VadRecord *record, const Payload &payload);
+// In the order of subscription.
+constexpr Route<VadRecord, const Payload &> kRoutes[] = {
+    {"sys.localVad.ctrl", onCtrl},
+    {"sys.localVad.vprRuntimeCtrl", nullptr},
+    {topics::kSnrCalculation, onSnrCalculation},
+    {topics::kSetParams, onSetParams},
+    {topics::kRecorderPcm, onRecorderPcm},
+    {topics::kWakeupResult, onWakeupResult},
+    {topics::kCancelOneshotAudio, onCancelOneshotAudio},
+    {topics::kAgentExit, onAgentExit},
+    {topics::kTimerCtrl, onTimerCtrl},
 };
 
-constexpr Route kRoutes[] = {
-    {"sys.localVad.ctrl", onCtrl},           {topics::kSnrCalculation, onSnrCalculation},
-    {topics::kSetParams, onSetParams},       {topics::kRecorderPcm, onRecorderPcm},
-    {topics::kWakeupResult, onWakeupResult}, {topics::kCancelOneshotAudio, onCancelOneshotAudio},
-    {topics::kAgentExit, onAgentExit},       {topics::kTimerCtrl, onTimerCtrl},
-};
-
-} // namespace
-
-int32_t vadOnMessage(void *user, void *, const char *topic, const void *data, uint32_t length)
+int32_t onmessage(void *user, void *, const char *topic, const void *data, uint32_t length)
 {
     VadRecord *record = static_cast<VadRecord *>(user);
     VAD_LOG(kDebug, "  %s topic: %s, len: %d\n", kVadTag, orNull(topic), static_cast<int>(length));
     // Longer messages are beyond the lengths of the engine and of the buffers.
     if (!topic || length > INT32_MAX) return 0;
     const Payload payload{data, data ? static_cast<int32_t>(length) : 0};
-    guarded(kVadLog, [&] {
-        for (const Route &route : kRoutes) {
-            if (std::strcmp(route.topic, topic) == 0) return route.handle(record, payload);
-        }
-    });
+    if (const auto handle = handlerOf<kRoutes>(topic))
+        withoutThrowing(kVadLog, [&] { handle(record, payload); });
     return 0;
 }
 
-char *vadOnCall(void *user, void *, const char *path, const char *)
+char *oncall(void *user, void *, const char *path, const char *)
 {
     VadRecord *record = static_cast<VadRecord *>(user);
     char *reply = nullptr;
-    guarded(kVadLog, [&] {
+    withoutThrowing(kVadLog, [&] {
         if (path && std::strcmp(path, "/localVad/start") == 0) {
             start(record);
         } else if (path && std::strcmp(path, "/localVad/stop") == 0) {
@@ -150,5 +147,9 @@ char *vadOnCall(void *user, void *, const char *path, const char *)
     });
     return reply;
 }
+
+} // namespace
+
+constinit const NodeSpec kVadNode = {"localVad", kSubscriptions<kRoutes>, onmessage, oncall};
 
 } // namespace vantel::vad

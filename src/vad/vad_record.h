@@ -9,6 +9,7 @@
 #include "src/agent/error_report.h"
 #include "src/node/instance.h"
 #include "src/node/node_log.h"
+#include "src/node/node_loop.h"
 #include "src/node/pcm_capture.h"
 #include "src/vad/pcm_buffer.h"
 #include "src/vad/vad.h"
@@ -103,15 +104,13 @@ void vadConfigure(VadRecord *record, const char *configuration);
 // vad.cpp: the operations of the detector. _vadStop needs a detector, the others do nothing
 // without.
 void vadStartTurn(VadRecord *record); // a start request, whatever the state
-int32_t _vadStart(VadRecord *record, const char *startText);
 int32_t _vadStop(VadRecord *record);
 int32_t _vadFeed(VadRecord *record, const void *pcm, int32_t bytes);
 void armVadTimer(VadRecord *record, int32_t timeoutMs);
 void killVadTimer(VadRecord *record); // does nothing when none runs
 
-// vad_messages.cpp: the node's callbacks.
-int32_t vadOnMessage(void *user, void *node, const char *topic, const void *data, uint32_t length);
-char *vadOnCall(void *user, void *node, const char *path, const char *data);
+// vad_messages.cpp: what the node hears and answers.
+extern const NodeSpec kVadNode;
 
 // vad_detector.cpp: the detector's callback.
 int32_t vadHandler(void *user, int32_t kind, const void *data, int32_t length);

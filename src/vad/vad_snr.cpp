@@ -1,3 +1,4 @@
+// The measurement of a turn: speech against silence, reported as a ratio or as an error.
 #include "src/vad/vad_record.h"
 
 #include "src/node/publish_text.h"
