@@ -3,6 +3,7 @@
 #include "contracts/ostrel.h"
 
 #include <algorithm>
+#include <atomic>
 #include <map>
 #include <mutex>
 
@@ -29,6 +30,7 @@ struct Script {
     std::map<std::string, int32_t> results;
     std::map<std::string, std::vector<Emission>> queued;
     int32_t liveHandles = 0;
+    std::atomic<bool> isPlaying{false};
 };
 
 Script &script()
@@ -40,6 +42,7 @@ Script &script()
 // Records the call and gives its result.
 int32_t record(const std::string &function, const char *text, const std::string &pcm = "")
 {
+    if (script().isPlaying) return 0;
     std::lock_guard locked{script().mutex};
     script().calls.push_back({function, text ? text : "(null)", pcm});
     const auto found = script().results.find(function);
@@ -61,6 +64,25 @@ std::vector<Emission> takeDue(const Handle *handle, const std::string &function)
     return due;
 }
 
+// What a turn that goes well brings in this call, after which `handle` has been fed so much.
+std::vector<Emission> takePlayed(const Handle *handle, const std::string &function, size_t bytes)
+{
+    constexpr int64_t kBegin = 3200;
+    constexpr int64_t kEnd = 16000;
+    const int64_t before = handle->fedBytes - static_cast<int64_t>(bytes);
+    std::vector<Emission> played;
+    if (function == "ostrel_asr_stop" && handle->fedBytes > 0)
+        played.push_back({0, R"({"rec":"open","eof":1,"conf":0.9})", 0});
+    if (function != "ostrel_vad_feed") return played;
+    // A status comes when all audio before its offset has been heard of.
+    const int64_t earlier = before - static_cast<int64_t>(bytes);
+    const auto isPassed = [&](int64_t offset) { return earlier < offset && before >= offset; };
+    if (isPassed(kBegin)) played.push_back({0, R"({"status":1,"offset":3200})", 0});
+    if (before >= kBegin && earlier < kEnd) played.push_back({1, std::string(bytes, 'p'), 0});
+    if (isPassed(kEnd)) played.push_back({0, R"({"status":2,"offset":16000})", 0});
+    return played;
+}
+
 void *make(const char *function, const char *text, ostrel_callback callback, void *user)
 {
     if (record(function, text) != 0) return nullptr;
@@ -74,8 +96,10 @@ int32_t act(const char *function, void *opaque, const char *text, const std::str
     const int32_t result = record(function, text, pcm);
     Handle *handle = static_cast<Handle *>(opaque);
     const bool isFeed = std::string(function).ends_with("_feed");
-    handle->fedBytes = isFeed ? handle->fedBytes + static_cast<int64_t>(pcm.size()) : 0;
-    for (const Emission &emission : takeDue(handle, function)) {
+    if (std::string(function).ends_with("_start")) handle->fedBytes = 0;
+    if (isFeed) handle->fedBytes += static_cast<int64_t>(pcm.size());
+    for (const Emission &emission : script().isPlaying ? takePlayed(handle, function, pcm.size())
+                                                       : takeDue(handle, function)) {
         // Copied to a block of exactly its size, so that a read beyond the length is seen.
         const std::vector<char> exact(emission.data.begin(), emission.data.end());
         handle->callback(handle->user, emission.kind, exact.empty() ? nullptr : exact.data(),
@@ -107,6 +131,12 @@ void reset()
     script().calls.clear();
     script().results.clear();
     script().queued.clear();
+    script().isPlaying = false;
+}
+
+void playTurns()
+{
+    script().isPlaying = true;
 }
 
 void setResult(const std::string &function, int32_t result)

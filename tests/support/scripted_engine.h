@@ -35,6 +35,11 @@ SCRIPTED_API void setResult(const std::string &function, int32_t result);
 SCRIPTED_API void emit(const std::string &function, int32_t kind, const std::string &data,
                        int64_t afterBytes = 0);
 
+// From now on nothing is recorded, for runs of any length, and every turn goes well: the detector
+// hears speech from 100 ms to 500 ms of what it is fed and passes it on, and the recogniser, when
+// it is stopped, has recognised "open".
+SCRIPTED_API void playTurns();
+
 // The calls so far, in order, of functions that begin with `prefix`; and their names.
 SCRIPTED_API std::vector<Call> calls(const std::string &prefix = "");
 SCRIPTED_API std::vector<std::string> callNames(const std::string &prefix = "");
