@@ -464,7 +464,7 @@ int percentile(std::vector<int> values, double share)
 {
     if (values.empty()) return 0;
     std::sort(values.begin(), values.end());
-    return values[static_cast<size_t>(share * static_cast<double>(values.size() - 1) + 0.5)];
+    return values[static_cast<size_t>(std::lround(share * static_cast<double>(values.size() - 1)))];
 }
 
 // Columns of conditions that were measured; `cell` makes of a tally what the table shows.

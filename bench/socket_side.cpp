@@ -24,7 +24,7 @@ enum Mark : char { kProbe = 'p', kData = 'd', kEnd = 'e' };
 class Subscriber
 {
 public:
-    Subscriber(zmq::context_t &context, std::function<void(const char *data)> onData)
+    Subscriber(zmq::context_t &context, const std::function<void(const char *data)> &onData)
         : thread_([this, &context, onData] {
               zmq::socket_t socket{context, zmq::socket_type::sub};
               socket.set(zmq::sockopt::rcvhwm, 0);

@@ -80,7 +80,10 @@ template <CallLink Call::*link> void detach(CallList *list, Call *call)
 {
     CallLink &place = call->*link;
     if (place.next) (place.next->*link).previous = place.previous;
-    (place.previous ? (place.previous->*link).next : list->first) = place.next;
+    if (place.previous)
+        (place.previous->*link).next = place.next;
+    else
+        list->first = place.next;
     place = {};
 }
 
@@ -181,7 +184,7 @@ void putBack(Node *caller, CallHold call)
     if (call->text.capacity() > kKeptTextBytes) return;
     Call *empty = nullptr;
     if (caller->spareCall.compare_exchange_strong(empty, call.get(), std::memory_order_release))
-        call.release();
+        static_cast<void>(call.release());
 }
 
 } // namespace

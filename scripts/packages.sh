@@ -11,6 +11,8 @@ build_packages=(
     unicode-data bzip2:bzip2
 )
 run_packages=(pocketsphinx-testdata)
+style_packages=(clang:clang clang-format:clang-format clang-tidy:clang-tidy)
+sanitize_packages=(clang:clang)
 bench_packages=(libzmq3-dev cppzmq-dev libspdlog-dev)
 # Recordings for bench/accuracy.sh and bench/mandarin.sh.
 accuracy_packages=(

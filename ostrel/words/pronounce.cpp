@@ -63,8 +63,9 @@ bool areKnown(const Pronouncer &pronouncer, const std::string &word, const Pronu
     std::string unknown;
     for (const auto &[phones, reading] : all) {
         if (!phones.empty() && hasPhones(pronouncer, phones, &unknown)) continue;
-        *reason = "the pronunciation of \"" + word + "\" has a phone \"" + unknown +
-                  "\" that the dictionary does not know";
+        reason->assign("the pronunciation of \"").append(word);
+        reason->append("\" has a phone \"").append(unknown);
+        reason->append("\" that the dictionary does not know");
         return false;
     }
     return true;

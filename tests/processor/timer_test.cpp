@@ -74,13 +74,13 @@ TEST_F(Waits, TheEndOfRecognitionEndsTheDialogWithAConfiguredService)
 
 TEST_F(Waits, ASkillThatTheHostDoesNotAnswerTimesOut)
 {
+    const std::string kUnanswered =
+        R"({"errId":-7795,"errMsg":"native api need feed back to server"})";
     awaitReply();
     publish("sys.localDms.nativeApi", "{}");
     EXPECT_EQ(log(), (Lines{"[D]kill timerId 1", "[D]set skill timerId 2",
                             "[I]dmNativeApi vantelHandle stamp, data: {}",
-                            "[V]dmNativeApi vantelHandle, customdata: NULL",
-                            R"([W]{"errId":-7795,"errMsg":)"
-                            R"("native api need feed back to server"})"}));
+                            "[V]dmNativeApi vantelHandle, customdata: NULL", "[W]" + kUnanswered}));
     pass(10000);
     EXPECT_EQ(traceOf("1006"), Lines{R"(1006 {"errId":-7796,"errMsg":"skills response timeout"})"});
     EXPECT_EQ(lastStatus(), "silence");

@@ -53,9 +53,11 @@ TEST_F(TimerTest, ExpireOnceInTheOrderOfTheirDeadlines)
 
 TEST_F(TimerTest, IdsAreAboveZeroAndDifferentWhileLive)
 {
-    std::vector<int32_t> ids;
-    for (int i = 0; i < 5000; ++i)
-        ids.push_back(set(kHour + i, i));
+    std::vector<int32_t> ids(5000);
+    for (int i = 0; int32_t & id : ids) {
+        id = set(kHour + i, i);
+        ++i;
+    }
     std::sort(ids.begin(), ids.end());
     EXPECT_GT(ids.front(), 0);
     EXPECT_EQ(std::adjacent_find(ids.begin(), ids.end()), ids.end());

@@ -24,7 +24,7 @@ std::string sha1Hex(const std::string &text, uint32_t step)
     uint8_t digest[kSha1Bytes];
     sha1Final(digest, &context);
     char hex[2 * kSha1Bytes + 1];
-    for (int i = 0; i < kSha1Bytes; ++i)
+    for (size_t i = 0; i < sizeof digest; ++i)
         std::snprintf(hex + 2 * i, 3, "%02x", digest[i]);
     return hex;
 }
