@@ -17,6 +17,10 @@
 #include <stdio.h>
 #include <string.h>
 #include <time.h>
+#if defined(_WIN32)
+#include <fcntl.h>
+#include <io.h>
+#endif
 
 /* 10 ms of audio. */
 enum { chunkBytes = 320, chunksPerSecond = 100 };
@@ -125,6 +129,9 @@ int main(int count, char **arguments)
         fprintf(stderr, "cannot read %s\n", arguments[1]);
         return 2;
     }
+#if defined(_WIN32)
+    if (audio == stdin) _setmode(_fileno(stdin), _O_BINARY);
+#endif
     /* A name with a quote or a backslash in it would have to be escaped. */
     snprintf(configuration, sizeof configuration,
              "{"
