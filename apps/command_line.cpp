@@ -15,6 +15,7 @@ constexpr char kAbout[] =
     "  vantel listen                           speak: \"go forward ten meters\"\n"
     "  vantel grammar check g.gram             what is wrong with a grammar\n"
     "  vantel grammar try g.gram \"go left\"     what a sentence means\n"
+    "  vantel config example                   a configuration to begin with\n"
     "  vantel run --help                       everything about a command\n";
 
 constexpr char kExitCodes[] = "Exit codes: 0 recognised, or done; 1 something failed; "
@@ -34,6 +35,7 @@ CommandLine::CommandLine() : app_{kAbout, "vantel"}
     app_.allow_windows_style_options(false); // a path may begin with a slash
     addRunCommands();
     addGrammarCommands();
+    addConfigCommands();
     addCommand(&app_, "version", "Show the version", [](Output *output) {
         output->write("vantel " VANTEL_VERSION "\n");
         return kExitDone;
@@ -124,6 +126,25 @@ void CommandLine::addGrammarCommands()
     attempt->add_option("SENTENCE", grammar_.sentences, "what somebody might say")
         ->required()
         ->type_name("");
+}
+
+void CommandLine::addConfigCommands()
+{
+    CLI::App *config = app_.add_subcommand("config", "Work with configurations");
+    config->require_subcommand(0, 1);
+    CLI::App *check =
+        addCommand(config, "check", "Say what is wrong with configurations",
+                   [this](Output *output) { return configCheckCommand(configurations_, output); });
+    check
+        ->add_option("FILE", configurations_,
+                     "JSON files, as for run --config; - is standard input")
+        ->required()
+        ->type_name("");
+    CLI::App *example =
+        addCommand(config, "example", "Print a complete configuration, with comments",
+                   [this](Output *output) { return configExampleCommand(isPlain_, output); });
+    addCommand(config, "keys", "List every key and what it is for", configKeysCommand);
+    example->add_flag("--plain", isPlain_, "without comments, as vantelNew takes it");
 }
 
 int CommandLine::run(const std::vector<std::string> &arguments, Output *output)

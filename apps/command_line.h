@@ -30,6 +30,7 @@ private:
                          Command command);
     void addRunCommands();
     void addGrammarCommands();
+    void addConfigCommands();
     void addDialogOptions(CLI::App *command);
     using GrammarCommand = int (*)(const GrammarOptions &, Output *);
     CLI::App *addGrammarCommand(CLI::App *parent, const std::string &name, const std::string &about,
@@ -39,6 +40,8 @@ private:
     std::vector<std::pair<const CLI::App *, Command>> commands_;
     RunOptions run_;
     GrammarOptions grammar_;
+    std::vector<std::string> configurations_;
+    bool isPlain_ = false;
 };
 
 } // namespace vantel::app

@@ -1,6 +1,7 @@
 // The tool's commands. Each returns the program's exit code.
 #pragma once
 
+#include "apps/input_text.h"
 #include "apps/output.h"
 
 #include <string>
@@ -15,9 +16,6 @@ enum ExitCode : int {
     kExitNothingRecognised = 2,
     kExitUsage = 3,
 };
-
-// What stands for standard input where a file is named.
-constexpr char kStandardInput[] = "-";
 
 struct RunOptions {
     std::string configurationPath;       // empty: the built-in configuration
@@ -51,5 +49,12 @@ int grammarCheckCommand(const GrammarOptions &options, Output *output);
 int grammarTryCommand(const GrammarOptions &options, Output *output);
 // Lists its words with their pronunciations.
 int grammarWordsCommand(const GrammarOptions &options, Output *output);
+
+// Prints a complete configuration, with a comment on each key unless it is to be plain JSON.
+int configExampleCommand(bool isPlain, Output *output);
+// Lists the keys of a configuration, one a line.
+int configKeysCommand(Output *output);
+// Says what is wrong with configurations.
+int configCheckCommand(const std::vector<std::string> &paths, Output *output);
 
 } // namespace vantel::app

@@ -1,5 +1,7 @@
 #include "apps/configuration.h"
 
+#include "apps/config_check.h"
+#include "apps/input_text.h"
 #include "apps_grammars.h"
 #include "tools/read_file.h"
 
@@ -70,10 +72,17 @@ bool canHear(const RunOptions &options, const cJSON *parameters, std::string *er
 Json readConfiguration(const std::string &path, std::string *error)
 {
     std::string text;
-    Json object;
-    if (!readFile(path, &text)) {
+    if (!readInput(path, &text)) {
         *error = path + ": cannot be read";
-    } else if (object = jsonParse(text.c_str()); !cJSON_IsObject(object.get())) {
+        return {};
+    }
+    text = withoutComments(std::move(text));
+    const char *end = nullptr;
+    Json object{cJSON_ParseWithOpts(text.c_str(), &end, 0)};
+    if (!object) {
+        *error = path + ":" + placeOf(text, static_cast<size_t>(end - text.c_str())) +
+                 ": this is not JSON";
+    } else if (!cJSON_IsObject(object.get())) {
         *error = path + ": not a JSON object";
         object.reset();
     }
@@ -86,6 +95,9 @@ bool loadConfiguration(const RunOptions &options, Configuration *out, std::strin
                           ? jsonParse(kBuiltIn)
                           : readConfiguration(options.configurationPath, error);
     cJSON *parameters = out->parameters.get();
+    if (parameters && !options.configurationPath.empty())
+        for (const std::string &complaint : configComplaints(parameters))
+            complain(options.configurationPath + ": " + complaint);
     if (!parameters || !chooseGrammar(options, parameters, error) ||
         !canHear(options, parameters, error))
         return false;

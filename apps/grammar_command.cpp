@@ -4,7 +4,6 @@
 #include "apps/configuration.h"
 #include "apps/engine_log.h"
 #include "contracts/ostrel.h"
-#include "platform/console.h"
 #include "tools/json.h"
 #include "tools/read_file.h"
 
@@ -81,19 +80,6 @@ public:
 
 private:
     static constexpr int kErrorsOnly = 5;
-
-    // No more of it than shows that it is too long.
-    static std::string inputText()
-    {
-        constexpr size_t kLongest = 5 << 20;
-        std::string text;
-        char block[4096];
-        while (size_t bytes = platformReadInput(block, sizeof block)) {
-            text.append(block, bytes);
-            if (text.size() > kLongest) break;
-        }
-        return text;
-    }
 
     LogFolder logs_;
     std::optional<LogTail> log_;
