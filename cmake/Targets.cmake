@@ -30,14 +30,25 @@ function(vantel_library_name name)
     endif()
 endfunction()
 
-# vantel_shared_library(name exports): versions the shared library and limits what it exports to the
-# list `exports`.map (ELF) or `exports`.def (Windows), both kept beside the library's sources.
-function(vantel_shared_library name exports)
+# vantel_shared_library(name list): versions the shared library and limits what it exports to the
+# functions of `list`, a file beside its sources with a name on each line. On Windows a function with
+# a number, "name @7", is exported by that ordinal alone.
+function(vantel_shared_library name list)
     vantel_library_name(${name})
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${list})
+    file(STRINGS ${list} functions REGEX "^[A-Za-z]")
     if(WIN32)
-        target_sources(${name} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/${exports}.def)
+        list(TRANSFORM functions REPLACE "@[0-9]+$" "\\0 NONAME")
+        list(JOIN functions "\n    " functions)
+        set(definition ${CMAKE_CURRENT_BINARY_DIR}/${name}.def)
+        file(CONFIGURE OUTPUT ${definition} CONTENT "LIBRARY ${name}\nEXPORTS\n    ${functions}\n")
+        target_sources(${name} PRIVATE ${definition})
     else()
-        set(map ${CMAKE_CURRENT_SOURCE_DIR}/${exports}.map)
+        list(TRANSFORM functions REPLACE " @[0-9]+$" "")
+        list(TRANSFORM functions APPEND "\\;")
+        list(JOIN functions " " functions)
+        set(map ${CMAKE_CURRENT_BINARY_DIR}/${name}.map)
+        file(CONFIGURE OUTPUT ${map} CONTENT "{ global: ${functions} local: *; };\n")
         target_link_options(${name} PRIVATE -Wl,--version-script=${map} -Wl,--no-undefined)
         set_target_properties(${name} PROPERTIES LINK_DEPENDS ${map} INSTALL_RPATH "$ORIGIN")
         # Sanitizer runtimes are resolved from the program, not from the library.
