@@ -22,6 +22,13 @@ struct VadDetector {
     SegmentSettings defaults{}; // that suit the detector
 };
 
+struct DetectorOptions {
+    int webrtcMode = 3; // 0 to 3, the most demanding
+};
+
+// The detector of that name; for null the best that works here. Null when there is none.
+std::unique_ptr<VadDetector> detectorOpen(const char *name, const DetectorOptions &options);
+
 // Null when there is no runtime or no model.
 std::unique_ptr<VadDetector> sileroDetector();
 

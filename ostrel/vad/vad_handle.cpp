@@ -27,7 +27,6 @@ namespace
 
 constexpr int kDefaultPauseMs = 300;
 constexpr int kDefaultPreRollMs = 200;
-constexpr int kDefaultWebrtcMode = 3;
 constexpr int kStatusBegin = 1;
 constexpr int kStatusEnd = 2;
 constexpr int32_t kKindText = 0;
@@ -251,12 +250,9 @@ void readSettings(const cJSON *configuration, VadRecord *record)
 std::unique_ptr<VadDetector> makeDetector(const cJSON *configuration)
 {
     const char *engine = jsonString(configuration, "engine");
-    int mode = kDefaultWebrtcMode;
-    readNumber(configuration, "webrtcMode", 0, 3, &mode);
-    std::unique_ptr<VadDetector> detector;
-    if (!engine || std::strcmp(engine, "silero") == 0) detector = sileroDetector();
-    if (!detector && (!engine || std::strcmp(engine, "webrtc") == 0))
-        detector = webrtcDetector(mode);
+    DetectorOptions options;
+    readNumber(configuration, "webrtcMode", 0, 3, &options.webrtcMode);
+    std::unique_ptr<VadDetector> detector = detectorOpen(engine, options);
     if (!detector)
         VAD_LOG(kError, "  no such voice activity detector: %s\n", engine ? engine : "any");
     return detector;
