@@ -7,9 +7,9 @@
 #include "ostrel/vad/vad_detectors.h"
 #include "ostrel/words/mandarin.h"
 #include "platform/platform.h"
+#include "tools/thread_safety.h"
 
 #include <algorithm>
-#include <mutex>
 #include <vector>
 
 #define LIBRARY_LOG(level, ...) ENGINE_LOG("ostrel/library", level, __VA_ARGS__)
@@ -19,9 +19,9 @@ namespace vantel::ostrel
 namespace
 {
 
-std::mutex libraryMutex;
-std::shared_ptr<const Library> current; // guarded by libraryMutex
-int32_t lastLoadResult = 0;             // of ostrel_library_load; touched by load and opt only
+Mutex libraryMutex;
+std::shared_ptr<const Library> current GUARDED_BY(libraryMutex);
+int32_t lastLoadResult = 0; // of ostrel_library_load; touched by load and opt only
 
 // What is loaded with the library, so that a broken installation shows at once. 0 or an error code;
 // what is merely missing is no error.
@@ -80,7 +80,7 @@ int32_t takeConfiguration(Json configuration, std::shared_ptr<const Library> *ou
 
 void setLibrary(std::shared_ptr<const Library> loaded)
 {
-    std::lock_guard lock{libraryMutex};
+    MutexLock lock{libraryMutex};
     current = std::move(loaded);
 }
 
@@ -111,7 +111,7 @@ int32_t load(const char *text)
 
 std::shared_ptr<const Library> library()
 {
-    std::lock_guard lock{libraryMutex};
+    MutexLock lock{libraryMutex};
     return current;
 }
 

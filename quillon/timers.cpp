@@ -15,7 +15,7 @@ int32_t Timers::freeId()
 
 int32_t Timers::set(int64_t deadlineNs, quillon_timer callback, int32_t tag, void *user)
 {
-    std::lock_guard locked{mutex_};
+    MutexLock locked{mutex_};
     Due due{deadlineNs, ++sequence_};
     int32_t id = freeId();
     auto place = byDeadline_.emplace(due, Timer{id, tag, callback, user}).first;
@@ -31,7 +31,7 @@ int32_t Timers::set(int64_t deadlineNs, quillon_timer callback, int32_t tag, voi
 
 bool Timers::kill(int32_t id)
 {
-    std::lock_guard locked{mutex_};
+    MutexLock locked{mutex_};
     auto found = byId_.find(id);
     if (found == byId_.end()) return false;
     byDeadline_.erase(found->second);
@@ -42,7 +42,7 @@ bool Timers::kill(int32_t id)
 
 bool Timers::takeDue(int64_t nowNs, Timer *timer)
 {
-    std::lock_guard locked{mutex_};
+    MutexLock locked{mutex_};
     auto first = byDeadline_.begin();
     if (first == byDeadline_.end() || first->first.first > nowNs) return false;
     *timer = first->second;
@@ -54,7 +54,7 @@ bool Timers::takeDue(int64_t nowNs, Timer *timer)
 
 int64_t Timers::earliestNs() const
 {
-    std::lock_guard locked{mutex_};
+    MutexLock locked{mutex_};
     return byDeadline_.empty() ? kNever : byDeadline_.begin()->first.first;
 }
 

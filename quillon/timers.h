@@ -2,12 +2,12 @@
 #pragma once
 
 #include "contracts/quillon.h"
+#include "tools/thread_safety.h"
 
 #include <atomic>
 #include <cstdint>
 #include <limits>
 #include <map>
-#include <mutex>
 #include <unordered_map>
 
 namespace vantel::quillon
@@ -45,14 +45,14 @@ private:
     // Timers of one deadline expire in the order in which they were set.
     using Due = std::pair<int64_t, uint64_t>;
 
-    int32_t freeId();
+    int32_t freeId() REQUIRES(mutex_);
 
-    mutable std::mutex mutex_;
+    mutable Mutex mutex_;
     std::atomic<size_t> pending_{0};
-    std::map<Due, Timer> byDeadline_;
-    std::unordered_map<int32_t, Due> byId_;
-    uint64_t sequence_ = 0;
-    int32_t lastId_ = 0;
+    std::map<Due, Timer> byDeadline_ GUARDED_BY(mutex_);
+    std::unordered_map<int32_t, Due> byId_ GUARDED_BY(mutex_);
+    uint64_t sequence_ GUARDED_BY(mutex_) = 0;
+    int32_t lastId_ GUARDED_BY(mutex_) = 0;
 };
 
 } // namespace vantel::quillon

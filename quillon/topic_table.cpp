@@ -137,7 +137,7 @@ void Topics::remove(Topic *topic)
 void Topics::subscribe(Node *node, const std::vector<std::string> &names)
 {
     Retired retired{grace_, {}, {}}; // waits and frees after the mutex is unlocked
-    std::lock_guard locked{mutex_};
+    MutexLock locked{mutex_};
     // Everything that can fail comes before the first list changes.
     std::vector<std::pair<Topic *, std::unique_ptr<Subscribers>>> changes;
     for (const std::string &name : names) {
@@ -158,7 +158,7 @@ void Topics::subscribe(Node *node, const std::vector<std::string> &names)
 
 void Topics::unsubscribeAll(const Node *node)
 {
-    std::lock_guard locked{mutex_};
+    MutexLock locked{mutex_};
     for (const Topic *topic : node->subscriptions) {
         for (auto &place : topic->subscribers.load(std::memory_order_relaxed)->places) {
             if (place.load(std::memory_order_relaxed) == node) place.store(nullptr);
@@ -170,7 +170,7 @@ void Topics::forget(Node *node)
 {
     Topic *unused = nullptr;
     {
-        std::lock_guard locked{mutex_};
+        MutexLock locked{mutex_};
         for (Topic *topic : node->subscriptions) {
             if (--topic->holders > 0) continue;
             remove(topic);

@@ -2,11 +2,11 @@
 #pragma once
 
 #include "quillon/grace.h"
+#include "tools/thread_safety.h"
 
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -80,16 +80,16 @@ private:
     // Taken out of use; freed, unless empty, after a grace period.
     struct Retired;
 
-    Topic *intern(const std::string &name, Retired *retired);
-    void rebuild(Retired *retired);
-    void remove(Topic *topic);
+    Topic *intern(const std::string &name, Retired *retired) REQUIRES(mutex_);
+    void rebuild(Retired *retired) REQUIRES(mutex_);
+    void remove(Topic *topic) REQUIRES(mutex_);
     static void insert(Table *table, Topic *topic);
 
     Grace *grace_;
     std::atomic<Table *> table_;
     // Guards all changes; readers do without.
-    std::mutex mutex_;
-    std::vector<std::unique_ptr<Topic>> topics_;
+    Mutex mutex_;
+    std::vector<std::unique_ptr<Topic>> topics_ GUARDED_BY(mutex_);
 };
 
 } // namespace vantel::quillon

@@ -1,8 +1,8 @@
 #include "ostrel/grammar/grammar.h"
 #include "ostrel/library.h"
+#include "tools/thread_safety.h"
 
 #include <map>
-#include <mutex>
 #include <unordered_map>
 
 #define STORE_LOG(level, ...) ENGINE_LOG("ostrel/grammar_store", level, __VA_ARGS__)
@@ -16,8 +16,8 @@ namespace
 constexpr const char *kFormatKey = "vantelGrammar";
 constexpr int32_t kFormat = 1;
 
-std::mutex grammarsMutex;
-std::map<std::string, std::shared_ptr<const Grammar>> &grammars() // guarded by the mutex
+Mutex grammarsMutex;
+std::map<std::string, std::shared_ptr<const Grammar>> &grammars() REQUIRES(grammarsMutex)
 {
     static auto &all = *new std::map<std::string, std::shared_ptr<const Grammar>>;
     return all;
@@ -91,20 +91,20 @@ bool fromJson(const cJSON *root, Grammar *grammar)
 
 void grammarKeep(const std::string &name, std::shared_ptr<const Grammar> grammar)
 {
-    std::lock_guard lock{grammarsMutex};
+    MutexLock lock{grammarsMutex};
     grammars()[name] = std::move(grammar);
 }
 
 std::shared_ptr<const Grammar> grammarFind(const std::string &name)
 {
-    std::lock_guard lock{grammarsMutex};
+    MutexLock lock{grammarsMutex};
     auto found = grammars().find(name);
     return found == grammars().end() ? nullptr : found->second;
 }
 
 void grammarsRelease()
 {
-    std::lock_guard lock{grammarsMutex};
+    MutexLock lock{grammarsMutex};
     grammars().clear();
 }
 

@@ -2,11 +2,11 @@
 
 #include "ostrel/library.h"
 #include "ostrel/runtime/onnx.h"
+#include "tools/thread_safety.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <mutex>
 #include <vector>
 
 #define TRANSCRIBER_LOG(level, ...) ENGINE_LOG("ostrel/transcriber", level, __VA_ARGS__)
@@ -40,9 +40,9 @@ constexpr size_t kLeastSamples = kSampleRate / 10;
 constexpr size_t kTokensPerSecond = 10;
 constexpr size_t kSpareTokens = 8;
 
-std::mutex sharedMutex;
-bool sharedTried = false;                  // guarded by sharedMutex
-std::shared_ptr<const Transcriber> shared; // guarded by sharedMutex
+Mutex sharedMutex;
+bool sharedTried GUARDED_BY(sharedMutex) = false;
+std::shared_ptr<const Transcriber> shared GUARDED_BY(sharedMutex);
 
 // The decoder's inputs follow each other in this order, the past ones in the order in which its
 // outputs after the first give them.
@@ -200,7 +200,7 @@ bool decode(const Transcriber &transcriber, const OnnxValue &hidden, size_t most
 
 std::shared_ptr<const Transcriber> transcriberOpen()
 {
-    std::lock_guard lock{sharedMutex};
+    MutexLock lock{sharedMutex};
     if (!sharedTried) shared = load();
     sharedTried = true;
     return shared;
@@ -208,7 +208,7 @@ std::shared_ptr<const Transcriber> transcriberOpen()
 
 void transcriberRelease()
 {
-    std::lock_guard lock{sharedMutex};
+    MutexLock lock{sharedMutex};
     shared.reset();
     sharedTried = false;
 }

@@ -1,10 +1,10 @@
 #include "ostrel/library.h"
 #include "ostrel/runtime/onnx.h"
 #include "ostrel/vad/vad_detectors.h"
+#include "tools/thread_safety.h"
 
 #include <algorithm>
 #include <array>
-#include <mutex>
 
 #define SILERO_LOG(level, ...) ENGINE_LOG("ostrel/vad_silero", level, __VA_ARGS__)
 
@@ -26,12 +26,12 @@ constexpr SegmentSettings kDefaults = {.onThreshold = 0.5,
                                        .beginMarginMs = 40,
                                        .maxSpeechMs = 60000};
 
-std::mutex modelMutex;
-std::shared_ptr<const OnnxSession> model; // guarded by modelMutex
+Mutex modelMutex;
+std::shared_ptr<const OnnxSession> model GUARDED_BY(modelMutex);
 
 std::shared_ptr<const OnnxSession> sharedModel()
 {
-    std::lock_guard lock{modelMutex};
+    MutexLock lock{modelMutex};
     return model;
 }
 
@@ -124,14 +124,14 @@ int32_t vadModelsLoad()
         result = kModelBroken;
     }
     if (result != 0) return result;
-    std::lock_guard lock{modelMutex};
+    MutexLock lock{modelMutex};
     model = std::move(session);
     return 0;
 }
 
 void vadModelsRelease()
 {
-    std::lock_guard lock{modelMutex};
+    MutexLock lock{modelMutex};
     model.reset();
 }
 

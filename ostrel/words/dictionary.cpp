@@ -1,11 +1,11 @@
 #include "ostrel/words/dictionary.h"
 
 #include "ostrel/library.h"
+#include "tools/thread_safety.h"
 
 #include <algorithm>
 #include <bit>
 #include <map>
-#include <mutex>
 #include <string_view>
 
 #define DICTIONARY_LOG(level, ...) ENGINE_LOG("ostrel/dictionary", level, __VA_ARGS__)
@@ -26,8 +26,8 @@ namespace
 
 constexpr const char *kBlanks = " \t\r";
 
-std::mutex dictionariesMutex;
-std::map<std::string, std::shared_ptr<const Dictionary>> &dictionaries() // guarded by the mutex
+Mutex dictionariesMutex;
+std::map<std::string, std::shared_ptr<const Dictionary>> &dictionaries() REQUIRES(dictionariesMutex)
 {
     static auto &all = *new std::map<std::string, std::shared_ptr<const Dictionary>>;
     return all;
@@ -168,7 +168,7 @@ bool hasPhone(const Dictionary &dictionary, std::string_view phone)
 
 std::shared_ptr<const Dictionary> dictionaryOpen(const std::string &path)
 {
-    std::lock_guard lock{dictionariesMutex};
+    MutexLock lock{dictionariesMutex};
     auto known = dictionaries().find(path);
     if (known != dictionaries().end()) return known->second;
     std::shared_ptr<const Dictionary> dictionary = read(path);
@@ -178,7 +178,7 @@ std::shared_ptr<const Dictionary> dictionaryOpen(const std::string &path)
 
 void dictionariesRelease()
 {
-    std::lock_guard lock{dictionariesMutex};
+    MutexLock lock{dictionariesMutex};
     dictionaries().clear();
 }
 

@@ -1,10 +1,10 @@
 #include "ostrel/words/mandarin.h"
 
 #include "ostrel/library.h"
+#include "tools/thread_safety.h"
 
 #include <algorithm>
 #include <charconv>
-#include <mutex>
 #include <sstream>
 
 #define MANDARIN_LOG(level, ...) ENGINE_LOG("ostrel/mandarin", level, __VA_ARGS__)
@@ -38,8 +38,8 @@ struct ReadingTable {
     std::vector<std::vector<std::string>> lists;
 };
 
-std::mutex tableMutex;
-std::shared_ptr<const ReadingTable> table; // guarded by the mutex; null: not read yet
+Mutex tableMutex;
+std::shared_ptr<const ReadingTable> table GUARDED_BY(tableMutex); // null: not read yet
 
 uint32_t codeOf(std::string_view character)
 {
@@ -99,7 +99,7 @@ std::shared_ptr<const ReadingTable> readTable()
 
 std::shared_ptr<const ReadingTable> readingTable()
 {
-    std::lock_guard lock{tableMutex};
+    MutexLock lock{tableMutex};
     if (!table) table = readTable();
     return table;
 }
@@ -199,7 +199,7 @@ std::vector<std::string> readingsOf(std::string_view character)
 
 void readingsRelease()
 {
-    std::lock_guard lock{tableMutex};
+    MutexLock lock{tableMutex};
     table.reset();
 }
 
