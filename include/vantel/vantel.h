@@ -221,9 +221,10 @@ VANTEL_API int32_t vantelStopDialogParams(void *handle, const char *params);
  *
  * @param handle the instance.
  * @param data   PCM; may be null only with length 0.
- * @param length bytes, 0 or more; any chunk size, with the same results. Chunks of up to 20 ms
- *               (640 bytes) bring them soonest: of longer ones the begin and the end of speech may
- *               be told with the next chunk only.
+ * @param length bytes, 0 or more; any chunk size, with the same results, as long as the first byte
+ *               that a turn hears begins a sample. Chunks of up to 20 ms (640 bytes) bring them
+ *               soonest: of longer ones the begin and the end of speech may be told with the next
+ *               chunk only.
  * @return 0, also when the instance records by itself (logged, nothing fed); -1: no instance,
  *         negative length, or null data with a length. */
 VANTEL_API int32_t vantelFeedData(void *handle, const void *data, int32_t length);

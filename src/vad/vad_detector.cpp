@@ -57,9 +57,9 @@ void publishOneshot(VadRecord *record)
     _writeCacheVadFileName(record, bytes, length, VadCapture::onshot);
 }
 
-// Where a status lies in the speech buffer, and where the buffer holds the detector's first byte.
+// Where a status lies in the speech buffer.
 struct Place {
-    int32_t start;
+    int32_t first; // the first whole sample in the buffer that the detector was fed since its start
     int32_t position;
 };
 
@@ -71,17 +71,20 @@ int64_t wholeNumber(const cJSON *object, const char *key)
     return static_cast<int64_t>(std::clamp(member->valuedouble, -kLargest, kLargest));
 }
 
-// Offsets count from the detector's start, but the buffer may have been emptied since then, or hold
-// older audio as well. A detector that says how much it had been fed before tells the difference:
-// that byte is the buffer's end. The position of what is gone is the buffer's begin.
+// Offsets count from the detector's start, but the buffer may have been emptied since then, in the
+// middle of a sample even, or hold older audio as well. A detector that says how much it had been
+// fed before tells the difference: that byte is the buffer's end. The position of what is gone is
+// that of the first sample which is not.
 Place placeOf(const VadRecord *record, const cJSON *status)
 {
-    if (!cJSON_IsNumber(jsonMember(status, "fed"))) return {0, jsonInt(status, "offset", 0)};
-    const int64_t start = record->speech.length - wholeNumber(status, "fed");
-    const auto inBuffer = [start](int64_t offset) {
-        return static_cast<int32_t>(std::clamp<int64_t>(start + offset, 0, INT32_MAX));
-    };
-    return {inBuffer(0), inBuffer(wholeNumber(status, "offset"))};
+    if (!cJSON_IsNumber(jsonMember(status, "fed")))
+        return {INT32_MIN, jsonInt(status, "offset", 0)};
+    const int64_t length = record->speech.length;
+    const int64_t start = length - wholeNumber(status, "fed");
+    const int64_t first = std::min(start >= 0 ? start : -start % kSampleBytes, length);
+    const int64_t position = start + wholeNumber(status, "offset");
+    return {static_cast<int32_t>(first),
+            static_cast<int32_t>(std::clamp<int64_t>(position, first, INT32_MAX))};
 }
 
 bool isBuffered(VadRecord *record, int32_t position)
@@ -95,7 +98,7 @@ bool isBuffered(VadRecord *record, int32_t position)
 // The silence before a speech.
 void vadCutSlience(VadRecord *record, const Place &speech)
 {
-    int32_t from = speech.start;
+    int32_t from = std::max(speech.first, 0);
     if (hasFlag(record, kFullMode)) {
         const int32_t end = record->speech.end;
         VAD_LOG(kInfo, "  %s %d %d\n", kVadTag, end, difference(speech.position, end));
@@ -117,15 +120,16 @@ void speechBegan(VadRecord *record, const std::string &text, const Place &place)
     record->speech.begin = place.position;
 }
 
-void speechEnded(VadRecord *record, const std::string &text, int32_t position)
+void speechEnded(VadRecord *record, const std::string &text, const Place &place)
 {
     clearFlag(record, kInSpeech);
     quillon_publish(record->node, topics::kVadEnd, text.c_str(),
                     static_cast<uint32_t>(text.size()));
-    if (!isBuffered(record, position)) return;
-    const int32_t end = difference(position, pauseBytes(record));
+    if (!isBuffered(record, place.position)) return;
+    const int32_t end = difference(place.position, pauseBytes(record));
     VAD_LOG(kInfo, "  %s %d %d\n", kVadTag, end, pauseBytes(record));
-    addSilence(record, end, position);
+    addSilence(record, std::max(end, place.first), place.position);
+    record->speech.begin = std::max(record->speech.begin, place.first);
     record->speech.end = end;
     _cutSnrVoice(record);
 }
@@ -140,7 +144,7 @@ void onStatus(VadRecord *record, const std::string &text)
     case kSpeechBegan:
         return speechBegan(record, text, place);
     case kSpeechEnded:
-        return speechEnded(record, text, place.position);
+        return speechEnded(record, text, place);
     default: // also without a status at all
         VAD_LOG(kWarning, "  %s coreVad abort\n", kVadTag);
     }

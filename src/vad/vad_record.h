@@ -47,6 +47,7 @@ enum class VadCapture : size_t { vad, onshot, feedVad, snrSilence, snrVoice, cou
 
 constexpr int32_t kNoTimer = -1;
 constexpr int32_t kBytesPerMs = 32;
+constexpr int32_t kSampleBytes = 2;
 constexpr int32_t kDefaultPauseMs = 300;
 constexpr int32_t kDefaultTimeoutMs = 10000;
 

@@ -13,8 +13,6 @@ namespace vantel::vad
 namespace
 {
 
-constexpr int32_t kSampleBytes = 2;
-
 void logLengths(const VadRecord *record)
 {
     VAD_LOG(kInfo, "  %s volen: %d, sllen: %d\n", kVadTag, record->voice.length,

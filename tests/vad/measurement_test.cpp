@@ -161,6 +161,43 @@ TEST_F(Measurement, PositionsAreRightWhateverTheBufferLostWhenTheDetectorSaysWha
     }
 }
 
+// What the processor asks for meets what the detector says next, in either order.
+TEST_F(Measurement, WhatMeetsTheNextSpeechTakesNoMoreThanItsBegin)
+{
+    const std::string begins = kSpoken.substr(0, 48000);
+    const std::string ends = kSpoken.substr(48000);
+    const auto results = [&] { return traceOf("snr.result").size(); };
+    const auto requests = {
+        std::function{[&] { // the measurement of the speech before
+            endMeasurement();
+            beginMeasurement();
+        }},
+        std::function{[&] { // a timer that is set anew, and expires where it is not killed
+            send("sys.localProcessor.TimerCtrl", R"({"operation":"start"})");
+            advance(150000);
+        }}};
+    for (const auto &request : requests) {
+        for (bool isFirst : {true, false}) {
+            begin(R"({"vad":{"timeout":200000,"fullMode":1}})");
+            beginMeasurement();
+            start();
+            feed(kSpoken);
+            tellWhileRunning({began(32000, 80000), ended(73600, 80000)});
+            if (isFirst) request();
+            feed(begins);
+            tellWhileRunning({began(112000, 128000)});
+            if (!isFirst) request();
+            advance(100000);
+            feed(ends);
+            tellWhileRunning({ended(153600, 160000)});
+            const size_t before = results();
+            endMeasurement();
+            EXPECT_EQ(results(), before + 1) << isFirst;
+            EXPECT_EQ(errors(), std::vector<int>{}) << isFirst;
+        }
+    }
+}
+
 TEST_F(Measurement, ARatioAtTheThresholdPassesAndOneBelowDoesNot)
 {
     const auto setThreshold = [&](float threshold) {
