@@ -67,6 +67,9 @@ void CommandLine::addDialogOptions(CLI::App *command)
     command->add_option("--log", run_.logFolder, "folder for the library's logs, in full")
         ->type_name("FOLDER");
     command->add_option("--device", run_.device, "microphone by its number")->type_name("NUMBER");
+    command->add_flag("--full-duplex", run_.isFullDuplex,
+                      "the detector runs on from one command to the next; commands whose meaning "
+                      "says \"shouldEndSession\":\"false\" share one dialog");
     command->add_flag("--json", run_.isJson, "one JSON object per event and line");
     command->add_flag("--list-devices", run_.listDevices, "show the microphones and end");
 }

@@ -28,6 +28,7 @@ struct RunOptions {
     int device = -1; // the system's default
     bool isFast = false;
     bool isJson = false;
+    bool isFullDuplex = false; // the detector runs on from one command to the next
 };
 
 // Says on standard error what is wrong. Returns kExitFailure.

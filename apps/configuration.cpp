@@ -104,6 +104,12 @@ bool loadConfiguration(const RunOptions &options, Configuration *out, std::strin
     // The tool is the recorder and the player.
     setText(objectIn(parameters, "recorder"), "mode", "external");
     setText(objectIn(parameters, "player"), "mode", "external");
+    if (options.isFullDuplex) {
+        setText(parameters, "fullDuplex", "true");
+        cJSON *vad = objectIn(parameters, "vad");
+        cJSON_DeleteItemFromObject(vad, "fullMode");
+        cJSON_AddNumberToObject(vad, "fullMode", 1);
+    }
     out->initialisation.reset(cJSON_DetachItemFromObject(parameters, "init"));
     if (!cJSON_IsObject(out->initialisation.get())) out->initialisation.reset(cJSON_CreateObject());
     return true;
