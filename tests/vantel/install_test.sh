@@ -23,6 +23,13 @@ expect_equal "the recording's command" "$command" "$("$work/cmake/command" "$rec
 "$work/cmake/text" | grep 'event 1005: .*Good to hear' >/dev/null || fail "text got no reply"
 "$work/cmake/dialog_client" | grep 'event 1005: .*On my way' >/dev/null || fail "no second reply"
 
+# The page's first configuration is a whole one.
+awk '/^```json$/ { inside = !seen++; next } /^```$/ { inside = 0 } inside' \
+    "$source/docs/configuration.md" >"$work/page.json"
+said=$("$prefix/bin/vantel" run --fast --config "$work/page.json" "$recording" 2>&1) ||
+    fail "no command with the page's configuration: $said"
+expect_equal "warnings about the page's configuration" "" "$(grep '^vantel:' <<<"$said" || true)"
+
 export PKG_CONFIG_PATH
 PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name vantel.pc)")
 library_folder=$(pkg-config --variable=libdir vantel)
