@@ -7,7 +7,19 @@ function(system_dependency name)
     target_link_libraries(${name}_dependency INTERFACE PkgConfig::${name})
 endfunction()
 
-system_dependency(cjson libcjson)
+if(VANTEL_FUZZ)
+    # With the instrumentation, so that a fuzz target sees how far a text got in it.
+    set(sources ${PROJECT_BINARY_DIR}/third_party)
+    execute_process(COMMAND ${PROJECT_SOURCE_DIR}/scripts/fetch-sources ${sources} cjson
+                    COMMAND_ERROR_IS_FATAL ANY)
+    add_library(cjson STATIC ${sources}/cjson/cJSON.c)
+    target_compile_options(cjson PRIVATE -w -fsanitize=fuzzer-no-link,${VANTEL_SANITIZE})
+    target_include_directories(cjson SYSTEM PUBLIC ${sources}/cjson)
+    add_library(cjson_dependency INTERFACE)
+    target_link_libraries(cjson_dependency INTERFACE cjson)
+else()
+    system_dependency(cjson libcjson)
+endif()
 system_dependency(pocketsphinx pocketsphinx sphinxbase)
 pkg_get_variable(speech_models pocketsphinx modeldir)
 

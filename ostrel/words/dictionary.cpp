@@ -154,12 +154,13 @@ std::string tidyPhones(std::string_view phones)
 bool hasPhone(const Dictionary &dictionary, std::string_view phone)
 {
     const std::string &content = dictionary.content;
-    std::string wanted = " " + std::string{phone};
-    for (size_t at = 0; (at = content.find(wanted, at)) != std::string::npos; ++at) {
-        size_t end = at + wanted.size();
-        bool isWhole = end == content.size() || content[end] == '\n' ||
-                       std::string_view{kBlanks}.find(content[end]) != std::string_view::npos;
-        if (isWhole) return true;
+    auto isBlank = [&](size_t at) {
+        return std::string_view{kBlanks}.find(content[at]) != std::string_view::npos;
+    };
+    for (size_t at = 0; (at = content.find(phone, at)) != std::string::npos; ++at) {
+        const size_t end = at + phone.size();
+        const bool endsThere = end == content.size() || content[end] == '\n' || isBlank(end);
+        if (endsThere && at > 0 && isBlank(at - 1)) return true;
     }
     return false;
 }

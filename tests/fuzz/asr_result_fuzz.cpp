@@ -1,10 +1,7 @@
 // Result texts of the recogniser. The first byte chooses the record's settings, the rest is the
 // text.
 #include "src/dms/dms_record.h"
-
-#include <cstddef>
-#include <cstdlib>
-#include <vector>
+#include "tests/fuzz/fuzz.h"
 
 using namespace vantel;
 using namespace vantel::dms;
@@ -15,7 +12,7 @@ namespace
 // What is published has to be JSON that the receivers can read.
 void expectJson(const char *text)
 {
-    if (!jsonParse(text)) std::abort();
+    fuzz::require(jsonParse(text) != nullptr);
 }
 
 void checkReading(const DmsRecord &record, const char *text)
@@ -27,7 +24,7 @@ void checkReading(const DmsRecord &record, const char *text)
         parseAsrResult(&record, parsed.get(), output.get(), &decision, "grammar");
     expectJson(jsonPrint(output.get()).get());
     if (decision) expectJson(decision.get());
-    if (result != 0 && (decision || output->child)) std::abort();
+    fuzz::require(result == 0 || (!decision && !output->child));
 }
 
 } // namespace

@@ -3,17 +3,13 @@
 #include "ostrel/grammar/grammar_network.h"
 #include "ostrel/grammar/jsgf_matcher.h"
 
-#include <cstdlib>
+#include "tests/fuzz/fuzz.h"
 
 using namespace vantel::ostrel;
+using fuzz::require;
 
 namespace
 {
-
-void require(bool condition)
-{
-    if (!condition) std::abort();
-}
 
 // The words of a way through the network; an arc's probability is no matter.
 std::vector<std::string> someWords(const RuleTree &tree, const Network &network)
