@@ -1,5 +1,7 @@
 #include "tools/quenda_tool.h"
 
+#include "tools/text.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -24,13 +26,6 @@ HeapText heapCopy(std::string_view text)
     std::memcpy(copy.get(), text.data(), text.size());
     copy.get()[text.size()] = '\0';
     return copy;
-}
-
-std::string_view trimmed(std::string_view text)
-{
-    size_t first = text.find_first_not_of(' ');
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(' ') - first + 1);
 }
 
 size_t count(const char *text, const char *needle, size_t needleBytes)

@@ -1,5 +1,7 @@
 #include "ostrel/grammar/grammar_tag.h"
 
+#include "tools/text.h"
+
 #include <algorithm>
 #include <functional>
 
@@ -15,14 +17,6 @@ Json parseWhole(const std::string &text, size_t *stop)
     Json value{cJSON_ParseWithOpts(text.c_str(), &end, 1)};
     *stop = end ? static_cast<size_t>(end - text.c_str()) : 0;
     return value;
-}
-
-std::string trimmed(const std::string &text)
-{
-    constexpr const char *kBlanks = " \t\r\n";
-    size_t first = text.find_first_not_of(kBlanks);
-    if (first == std::string::npos) return {};
-    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
 bool looksLikeJson(const std::string &text)
@@ -142,7 +136,7 @@ bool readTag(const std::string &inner, GrammarTag *tag, std::string *reason)
     const std::string whole = "{" + inner + "}";
     Json value = parseWhole(whole, &stop);
     tag->isObject = value != nullptr;
-    std::string text = trimmed(inner);
+    std::string text{trimmed(inner, " \t\r\n")};
     if (!value) {
         size_t ignored = 0;
         value = parseWhole(text, &ignored);

@@ -1,5 +1,7 @@
 #include "ostrel/runtime/transcript_text.h"
 
+#include "tools/text.h"
+
 #include <cctype>
 #include <charconv>
 #include <string_view>
@@ -59,33 +61,6 @@ void spell(std::string_view token, std::string *text)
     }
 }
 
-// The length of the character at the text's start, 0 when it is not UTF-8.
-size_t characterBytes(std::string_view text)
-{
-    auto first = static_cast<unsigned char>(text[0]);
-    size_t bytes = first < 0x80                    ? 1
-                   : first >= 0xC2 && first < 0xE0 ? 2
-                   : first >= 0xE0 && first < 0xF0 ? 3
-                   : first >= 0xF0 && first < 0xF5 ? 4
-                                                   : 0;
-    if (bytes == 0 || bytes > text.size()) return 0;
-    for (size_t i = 1; i < bytes; ++i)
-        if ((static_cast<unsigned char>(text[i]) & 0xC0) != 0x80) return 0;
-    // Surrogates, and characters that would have a shorter form.
-    auto second = static_cast<unsigned char>(bytes > 2 ? text[1] : 0);
-    if ((first == 0xE0 && second < 0xA0) || (first == 0xED && second > 0x9F) ||
-        (first == 0xF0 && second < 0x90) || (first == 0xF4 && second > 0x8F))
-        return 0;
-    return bytes;
-}
-
-std::string trimmed(const std::string &text)
-{
-    size_t begin = text.find_first_not_of(' ');
-    return begin == std::string::npos ? std::string{}
-                                      : text.substr(begin, text.find_last_not_of(' ') + 1 - begin);
-}
-
 bool isAlnum(char c)
 {
     return static_cast<unsigned char>(c) >= 0x80 || std::isalnum(static_cast<unsigned char>(c));
@@ -139,11 +114,11 @@ std::string vocabularySpell(const std::vector<std::string> &vocabulary,
             spell(vocabulary[static_cast<size_t>(token)], &spelled);
     std::string text;
     for (size_t i = 0; i < spelled.size();) {
-        size_t bytes = characterBytes(std::string_view{spelled}.substr(i));
+        size_t bytes = utf8Bytes(std::string_view{spelled}.substr(i));
         text.append(spelled, i, bytes);
         i += bytes > 0 ? bytes : 1;
     }
-    return trimmed(text);
+    return std::string{trimmed(text)};
 }
 
 std::string transcriptWords(const std::string &text)
@@ -163,7 +138,7 @@ std::string transcriptWords(const std::string &text)
         else if (!words.empty() && words.back() != ' ')
             words.push_back(' ');
     }
-    return trimmed(words);
+    return std::string{trimmed(words)};
 }
 
 } // namespace vantel::ostrel

@@ -1,6 +1,7 @@
 #include "ostrel/words/mandarin.h"
 
 #include "ostrel/library.h"
+#include "tools/text.h"
 #include "tools/thread_safety.h"
 
 #include <algorithm>
@@ -104,13 +105,6 @@ std::shared_ptr<const ReadingTable> readingTable()
     return table;
 }
 
-std::string trimmed(const std::string &text)
-{
-    size_t begin = text.find_first_not_of(" \t\r");
-    if (begin == std::string::npos) return "";
-    return text.substr(begin, text.find_last_not_of(" \t\r") - begin + 1);
-}
-
 bool addMapping(const std::string &line, PhoneMap *map)
 {
     std::istringstream fields{line};
@@ -126,7 +120,7 @@ bool addMapping(const std::string &line, PhoneMap *map)
     if (!spoken) return false;
     std::vector<std::string> &all = (*spoken)[pinyin];
     for (const std::string &each : split(phones, '|'))
-        if (std::string trim = trimmed(each); !trim.empty()) all.push_back(trim);
+        if (auto trim = trimmed(each, " \t\r"); !trim.empty()) all.emplace_back(trim);
     return !all.empty();
 }
 
@@ -170,9 +164,7 @@ void splitSyllable(const std::string &syllable, std::string *initial, std::strin
 
 std::string_view firstCharacter(std::string_view text)
 {
-    auto lead = static_cast<unsigned char>(text[0]);
-    size_t bytes = lead < 0xC0 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-    return text.substr(0, bytes);
+    return text.substr(0, std::max<size_t>(utf8Bytes(text), 1));
 }
 
 bool hasChinese(std::string_view text)
