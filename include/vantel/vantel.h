@@ -19,7 +19,8 @@
  *    that was passed on arrives as events.
  * 5. vantelInit, vantelNew, vantelDelete and vantelRelease must not overlap each other. Operations
  *    may come from any thread, from several at once, and from inside the callback, between the
- *    return of vantelNew and the call of vantelDelete. They return without waiting for the request
+ *    return of vantelNew and the call of vantelDelete; vantelDelete says what holds of those that
+ *    meet it. They return without waiting for the request
  *    to be handled. Requests of one thread are handled in their order, but audio takes a shorter
  *    way than the start of a turn and may overtake it: feed a turn after VANTEL_EVENT_RECORDER with
  *    "operation" "start", or all the time. What comes before that event is not listened to.
@@ -119,8 +120,8 @@ enum {
 /** Tells the host what happened.
  *
  * It runs on the instance's processor thread and, for 1003, 1042 and 1043, on its voice activity
- * thread; the two may overlap. The callback may call operations, not vantelDelete. While it runs,
- * its thread handles nothing else, so it should return soon.
+ * thread; the two may overlap. The callback may call operations; vantelDelete of its own instance is refused. While it
+ * runs, its thread handles nothing else, so it should return soon.
  *
  * @param user    what was given to vantelNew.
  * @param data    `length` bytes that belong to the library and are valid during the call; null with
@@ -161,6 +162,8 @@ VANTEL_API int32_t vantelRelease(void);
  * on only as the string "true".
  * - "homePath": directory, at most 255 bytes: keys and captures are kept in "cache" below it.
  * - "timerClickMs" (number, default 3): granularity of the timers, milliseconds.
+ * - "audioLimit" (number, default 60000): milliseconds of fed audio that may wait; see
+ *   vantelFeedData.
  * - "deviceId" (string): part of the names of captures.
  * - "recorder", "cntts", "player", "camera" (objects): "mode" "external" leaves recording, speech
  *   output, playing or the camera to the host.
@@ -173,12 +176,24 @@ VANTEL_API int32_t vantelRelease(void);
  * @param callback receives the events; null: there are none.
  * @param user handed to the callback.
  * @return the handle, or null when params are null or not JSON, or memory runs out. When the bus
- *         cannot be made the handle is that of an instance that refuses every operation. */
+ *         cannot be made the handle is that of an instance that refuses every operation. When the
+ *         system has no thread, or a node no memory of its own, the instance goes on without that
+ *         part, which the log names: without its agent or its processor it refuses every operation;
+ *         without its detector or its local dialog each listening turn ends with
+ *         VANTEL_ERROR_VAD_CORE or VANTEL_ERROR_ASR_CORE. */
 VANTEL_API void *vantelNew(const char *params, HostCallback callback, void *user);
 
 /** Stops the instance's threads and frees it; waits for callbacks under way, and none comes
- * afterwards. Not from inside the callback, and not while an operation is under way. A null handle
- * does nothing. Returns 0. */
+ * afterwards. A null handle does nothing.
+ *
+ * Operations may meet it: those that have begun are carried out first; those that begin while it runs
+ * are refused with -1. So operations from inside the callback are safe at any time. Other threads
+ * must not begin one once the instance's threads have ended, which is shortly before this returns:
+ * the handle's memory is freed then. What they must not do, they do not when they are told to stop
+ * before this is called.
+ * @return 0; -1, logged, with nothing done, from inside the instance's own callback (whose thread
+ *         would wait for its own end) and while another one is under way. A callback must not wait
+ *         for a thread that is in here, either. */
 VANTEL_API int32_t vantelDelete(void *handle);
 
 /** Replaces the wake words: [{"wakeupWord":text,"pinyin":text,"thresh":text,"type":text}, ...],
@@ -226,7 +241,10 @@ VANTEL_API int32_t vantelStopDialogParams(void *handle, const char *params);
  *               soonest: of longer ones the begin and the end of speech may be told with the next
  *               chunk only.
  * @return 0, also when the instance records by itself (logged, nothing fed); -1: no instance,
- *         negative length, or null data with a length. */
+ *         negative length, or null data with a length; and when more audio than "audioLimit" waits
+ *         for the detector because a callback holds it up. Nothing of the data is taken then: feed
+ *         it again later, or let it go. What was accepted is never lost, other operations are not
+ *         refused, and the log tells when that begins and ends and how much was refused. */
 VANTEL_API int32_t vantelFeedData(void *handle, const void *data, int32_t length);
 
 /** Takes typed text in place of speech: {"text":text, not empty}. -1: invalid. The reply comes from

@@ -2,6 +2,7 @@
 #include "src/agent/agent.h"
 
 #include "src/agent/agent_record.h"
+#include "src/node/configuration.h"
 #include "src/node/node_loop.h"
 #include "src/node/publish_text.h"
 #include "src/node/routes.h"
@@ -10,6 +11,7 @@
 #include "tools/quenda_tool.h"
 
 #include <cstring>
+#include <memory>
 #include <new>
 
 namespace vantel
@@ -42,6 +44,16 @@ uint32_t readDevices(const cJSON *configuration)
             devices |= key.flag;
     }
     return devices;
+}
+
+constexpr int32_t kDefaultAudioLimitMs = 60000;
+
+// Anything but a number above 0 leaves the default.
+int64_t audioLimitBytes(const cJSON *configuration)
+{
+    const cJSON *limit = jsonMember(configuration, "audioLimit");
+    bool isUsable = cJSON_IsNumber(limit) && limit->valueint > 0;
+    return int64_t{isUsable ? limit->valueint : kDefaultAudioLimitMs} * kAudioBytesPerMs;
 }
 
 constexpr char kFailed[] = R"({"result":"failed"})";
@@ -133,18 +145,19 @@ void agentRun(void *argument)
 
 AgentRecord *agentNew(void *bus, const char *configuration, Instance *instance)
 {
-    auto *agent = new (std::nothrow) AgentRecord;
+    std::unique_ptr<AgentRecord> agent{new (std::nothrow) AgentRecord};
     if (!agent) return nullptr;
     agent->bus = bus;
     agent->instance = instance;
-    agent->configuration = dupString(configuration);
-    agent->devices = readDevices(jsonParse(configuration).get());
-    return agent;
+    Json parsed = takeConfiguration(instance, configuration, &agent->configuration);
+    agent->devices = readDevices(parsed.get());
+    agent->audioLimitBytes = audioLimitBytes(parsed.get());
+    return agent.release();
 }
 
 int32_t agentStart(AgentRecord *agent)
 {
-    return startLoop(agent, "sbcp_agent", agentRun);
+    return startNodeLoop(agent, "sbcp_agent", agentRun);
 }
 
 int32_t agentStop(AgentRecord *agent)

@@ -34,8 +34,9 @@ struct AgentRecord {
     // Constant after construction, so that the host's threads need no lock.
     Instance *instance = nullptr;
     std::atomic<int32_t> running{0};
-    HeapText configuration; // empty when there was none
-    uint32_t devices = 0;   // of DeviceFlags
+    HeapText configuration;      // empty when there was none
+    uint32_t devices = 0;        // of DeviceFlags
+    int64_t audioLimitBytes = 0; // audio that may wait for the detector's node
 };
 
 inline bool hasAny(const AgentRecord *agent, uint32_t flags)

@@ -35,7 +35,7 @@ DmsRecord *dmsNew(void *bus, const char *configuration, Instance *instance)
 
 int32_t dmsStart(DmsRecord *record)
 {
-    return startLoop(record, "sbcp_dms", runDms);
+    return startNodeLoop(record, "sbcp_dms", runDms);
 }
 
 int32_t dmsStop(DmsRecord *record)

@@ -1,6 +1,9 @@
 // The configuration text of the DMS node, read into its record.
 #include "src/dms/dms_record.h"
+#include "src/node/configuration.h"
 #include "tools/quenda_tool.h"
+
+#include <new>
 
 namespace vantel::dms
 {
@@ -41,7 +44,9 @@ std::string asrEnvOf(const cJSON *configuration)
 HeapText printedObject(const cJSON *configuration, const char *key)
 {
     const cJSON *object = jsonObject(configuration, key);
-    return object ? jsonPrint(object) : HeapText{};
+    HeapText text = object ? jsonPrint(object) : HeapText{};
+    if (object && !text) throw std::bad_alloc{};
+    return text;
 }
 
 void _dmsNew(DmsRecord *record, const char *grammarText, const char *recogniserText)
@@ -55,8 +60,7 @@ void _dmsNew(DmsRecord *record, const char *grammarText, const char *recogniserT
 void dmsConfigure(DmsRecord *record, const char *configuration)
 {
     if (!configuration) return;
-    record->configuration = dupString(configuration);
-    Json parsed = jsonParse(configuration);
+    Json parsed = takeConfiguration(record->instance, configuration, &record->configuration);
     if (!parsed) {
         logDuplex(nullptr);
         record->asrEnv = kDefaultAsrEnv;

@@ -2,8 +2,11 @@
 #pragma once
 
 #include "include/vantel/vantel.h"
+#include "src/node/audio_queue.h"
+#include "src/node/usage.h"
 #include "tools/heap_text.h"
 
+#include <atomic>
 #include <cstdint>
 
 namespace vantel::processor
@@ -34,6 +37,9 @@ struct NodeTable {
     dms::DmsRecord *dms = nullptr;
 };
 
+// Parts without which an instance cannot do all it is there for.
+enum Part : uint32_t { kProcessorPart = 1, kDmsPart = 2, kVadPart = 4 };
+
 // Constant once the constructing function has filled it, except by vantelDelete. The order of the
 // first two members is part of the binary interface.
 struct Instance {
@@ -41,6 +47,11 @@ struct Instance {
     NodeTable *nodes = nullptr;
     HostCallback callback = nullptr; // null: nothing is delivered
     void *user = nullptr;
+    bool isConfigurationJson = false; // what the nodes are given was printed by vantelNew
+    // Any thread.
+    std::atomic<uint32_t> missingParts{0}; // of Part: could not be started
+    Usage usage{};                         // by the operations
+    AudioQueue audio{};
 };
 
 // Whether anything is delivered for the node of this record.
@@ -50,10 +61,10 @@ template <typename Record> bool hasHost(const Record *record)
 }
 
 // Calls the host callback, which must be set, and returns its answer.
-inline HeapText deliver(const Instance *instance, const void *data, uint32_t length, int32_t type,
-                        int32_t event)
-{
-    return HeapText{instance->callback(instance->user, data, length, type, event)};
-}
+HeapText deliver(const Instance *instance, const void *data, uint32_t length, int32_t type,
+                 int32_t event);
+
+// Whether the calling thread is inside the host callback of this instance.
+bool isInsideCallback(const Instance *instance);
 
 } // namespace vantel

@@ -21,42 +21,45 @@ struct NodeSpec {
     quillon_oncall oncall;
 };
 
-// Topic names need no escaping.
-inline std::string topicsJson(std::span<const char *const> topics)
-{
-    std::string json = "[";
-    for (const char *topic : topics) {
-        if (json.size() > 1) json += ',';
-        json += '"';
-        json += topic;
-        json += '"';
-    }
-    return json + "]";
-}
+// Adds the record's node to the bus with all its topics. Null, logged, when that cannot be had; the
+// bus then knows no such node, so that nobody waits for its answers.
+void *joinBus(void *bus, const NodeSpec &spec, void *record) noexcept;
 
-// The body of a node's thread. `ready` runs once the node has subscribed and before its loop.
+// The body of a node's thread. `ready` runs once the node has subscribed and before its loop. False
+// when the node could not join the bus: its loop never ran.
 template <typename Record, typename Ready>
-void runNodeLoop(Record *record, const NodeSpec &spec, Ready ready)
+bool runNodeLoop(Record *record, const NodeSpec &spec, Ready ready)
 {
-    record->node = quillon_node_new(record->bus, spec.name, spec.onmessage, spec.oncall, record);
-    quillon_node_subscribe(record->node, topicsJson(spec.topics).c_str());
+    record->node = joinBus(record->bus, spec, record);
+    if (!record->node) return false;
     ready();
     record->running.store(1, std::memory_order_release);
     quillon_node_run(record->node);
     record->running.store(0, std::memory_order_release);
+    return true;
 }
 
-template <typename Record> void runNodeLoop(Record *record, const NodeSpec &spec)
+template <typename Record> bool runNodeLoop(Record *record, const NodeSpec &spec)
 {
-    runNodeLoop(record, spec, [] {});
+    return runNodeLoop(record, spec, [] {});
 }
 
-// Starts a record's loop on the thread `threadName` and waits until it runs: 0, or -1 when there is
-// no thread.
+// What became of a loop that was to be started.
+enum Start : int32_t {
+    kStarted = 0,
+    kNoThread = -1,
+    kNoNode = -2, // it could not join the bus: memory has run out
+};
+
+// Starts a node's loop on the thread `threadName` and waits until it runs.
 template <typename Record>
-int32_t startLoop(Record *record, const char *threadName, ThreadEntry entry)
+int32_t startNodeLoop(Record *record, const char *threadName, ThreadEntry entry)
 {
-    return quenda_mk_thread_start(&record->thread, threadName, &record->running, entry, record);
+    if (quenda_mk_thread_start(&record->thread, threadName, &record->running, entry, record) != 0)
+        return kNoThread;
+    if (record->node) return kStarted;
+    quenda_mk_thread_join(&record->thread);
+    return kNoNode;
 }
 
 // Ends a node's loop and takes the node off the bus.

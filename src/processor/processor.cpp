@@ -32,7 +32,7 @@ ProcessorRecord *processorNew(void *bus, const char *configuration, Instance *in
 
 int32_t processorStart(ProcessorRecord *record)
 {
-    return startLoop(record, "sbcp_processor", processorRun);
+    return startNodeLoop(record, "sbcp_processor", processorRun);
 }
 
 int32_t processorStop(ProcessorRecord *record)

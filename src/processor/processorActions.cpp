@@ -1,4 +1,5 @@
 // What the dialog does: fixed sequences of calls and publications, and the paths that it answers.
+#include "src/agent/error_report.h"
 #include "src/processor/processorRecord.h"
 #include "tools/json.h"
 #include "tools/quenda_tool.h"
@@ -137,6 +138,16 @@ void _consoleWakeupStart(ProcessorRecord *)
     PROCESSOR_LOG(kInfo, "  %s disable wakeup\n", kProcessorTag);
 }
 
+// A part that could not be started hears nothing and finds nothing; each turn that needs it ends
+// with the error.
+void tellMissingParts(ProcessorRecord *record)
+{
+    if (!record->instance) return;
+    const uint32_t missing = record->instance->missingParts;
+    if (missing & kVadPart) publishError(record->node, VANTEL_ERROR_VAD_CORE);
+    if (missing & kDmsPart) publishError(record->node, VANTEL_ERROR_ASR_CORE);
+}
+
 void _consoleStartListening(ProcessorRecord *record, const char *payload)
 {
     PROCESSOR_LOG(kInfo, "  %s onStart listening\n", kProcessorTag);
@@ -144,6 +155,7 @@ void _consoleStartListening(ProcessorRecord *record, const char *payload)
     _consoleVadStart(record);
     _consoleDmsStart(record, payload);
     changeStatus(record, DialogStatus::listening);
+    tellMissingParts(record);
 }
 
 // In full duplex a dialog that goes on keeps its VAD, and one that ends leaves the DMS to its reset

@@ -1,4 +1,5 @@
 // The configuration text of the processor, read into its record.
+#include "src/node/configuration.h"
 #include "src/node/durations.h"
 #include "src/processor/processorRecord.h"
 #include "tools/json.h"
@@ -82,8 +83,7 @@ void readFullDuplex(ProcessorRecord *record, const cJSON *configuration)
 void readConfiguration(ProcessorRecord *record, const char *configuration)
 {
     if (!configuration) return;
-    record->config = dupString(configuration);
-    const Json parsed = jsonParse(configuration);
+    const Json parsed = takeConfiguration(record->instance, configuration, &record->config);
     const cJSON *root = parsed.get();
 
     const char *asrRes = jsonString(root, "asrRes");

@@ -18,8 +18,8 @@ constexpr int32_t kBufferTimerTag = 1;
 void runVad(void *argument)
 {
     withoutThrowing(kVadLog, [record = static_cast<VadRecord *>(argument)] {
-        runNodeLoop(record, kVadNode, [record] { publishHeldErrors(record->node, &record->held); });
-        if (record->detector) _vadStop(record);
+        auto tellHeld = [record] { publishHeldErrors(record->node, &record->held); };
+        if (runNodeLoop(record, kVadNode, tellHeld) && record->detector) _vadStop(record);
     });
 }
 
@@ -86,7 +86,7 @@ VadRecord *vadNew(void *bus, const char *configuration, Instance *instance)
 
 int32_t vadStart(VadRecord *record)
 {
-    return startLoop(record, "sbcp_vad", runVad);
+    return startNodeLoop(record, "sbcp_vad", runVad);
 }
 
 int32_t vadStop(VadRecord *record)

@@ -1,4 +1,5 @@
 // The configuration text of the VAD node, read into its record; the detector is made here.
+#include "src/node/configuration.h"
 #include "src/node/durations.h"
 #include "src/vad/vad_record.h"
 #include "tools/json.h"
@@ -49,6 +50,7 @@ void setUpOneshot(VadRecord *record, const cJSON *configuration)
 {
     const cJSON *wakeup = jsonObject(configuration, "wakeup");
     record->oneshot = oneshotNew(oneshotBytes(jsonString(wakeup, "word")));
+    if (!record->oneshot) VAD_LOG(kError, "  %s no memory for the pre-roll\n", kVadTag);
     if (jsonIs(jsonObject(configuration, "oneshot"), "enable", "true")) {
         setFlag(record, kOneshotEnabled);
         VAD_LOG(kInfo, "  %s enable oneshot\n", kVadTag);
@@ -73,8 +75,7 @@ void setUpCaptures(VadRecord *record, const cJSON *configuration)
 void vadConfigure(VadRecord *record, const char *configuration)
 {
     if (!configuration) return;
-    record->configuration = dupString(configuration);
-    Json parsed = jsonParse(configuration);
+    Json parsed = takeConfiguration(record->instance, configuration, &record->configuration);
     if (!parsed) {
         VAD_LOG(kError, "  %s coreVad not cfg\n", kVadTag);
         record->oneshot = oneshotNew(kDefaultOneshotBytes);

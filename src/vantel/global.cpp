@@ -102,9 +102,16 @@ InitSettings readInitSettings(const cJSON *configuration)
     return settings;
 }
 
+bool hasStoredConfiguration()
+{
+    return global().configuration != nullptr;
+}
+
 Json storedConfiguration()
 {
-    return jsonParse(global().configuration.get());
+    Json parsed = jsonParse(global().configuration.get());
+    if (!parsed) throw std::bad_alloc{}; // vantelInit stores only what it could parse
+    return parsed;
 }
 
 void makeDirsLogged(const std::string &path)

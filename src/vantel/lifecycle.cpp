@@ -105,7 +105,8 @@ void runServer(void *argument)
 
 int32_t serverStart(ServerRunner *server)
 {
-    return startLoop(server, "sbcp_server", runServer);
+    return quenda_mk_thread_start(&server->thread, "sbcp_server", &server->running, runServer,
+                                  server);
 }
 
 int32_t serverStop(ServerRunner *server)
@@ -127,17 +128,27 @@ int32_t deleteDms(dms::DmsRecord *record)
     return dms::_dmsDelete(record);
 }
 
-// Puts the record into its slot and starts its loop. A record that could not be made, or that has
-// no thread, leaves its slot null; the instance goes on without that part.
-template <typename Record>
-void fill(Record *&slot, Record *record, int32_t (*start)(Record *), int32_t (*destroy)(Record *))
+// Makes a part, puts it into its slot and starts its loop. A part that could not be made, or that
+// has no thread, leaves its slot null, and the instance goes on without it. False when memory has
+// run out meanwhile.
+template <typename Record, typename Make>
+bool fill(Record *&slot, const char *name, Make make, int32_t (*start)(Record *),
+          int32_t (*destroy)(Record *))
 {
-    if (!record) return;
-    if (start(record) == 0) {
-        slot = record;
-    } else {
-        destroy(record);
+    Record *record = nullptr;
+    try {
+        record = make();
+    } catch (const std::bad_alloc &) {
+        // As when the constructor gives null.
     }
+    int32_t result = record ? start(record) : kNoThread;
+    if (result == kStarted) {
+        slot = record;
+        return true;
+    }
+    API_LOG(kError, "  %s %s could not be started\n", kApiTag, name);
+    if (record) destroy(record);
+    return result != kNoNode;
 }
 
 template <typename Record>
@@ -149,18 +160,25 @@ void empty(Record *&slot, int32_t (*stop)(Record *), int32_t (*destroy)(Record *
     slot = nullptr;
 }
 
-// Each loop runs and has subscribed before the next part is made.
-void buildNodes(Instance *instance, const char *configuration)
+// Each loop runs and has subscribed before the next part is made. False when memory has run out.
+bool buildNodes(Instance *instance, const char *configuration)
 {
     void *bus = instance->bus;
     NodeTable *nodes = instance->nodes;
-    fill(nodes->server, new (std::nothrow) ServerRunner{.thread = {}, .bus = bus}, serverStart,
-         serverDelete);
-    fill(nodes->agent, agentNew(bus, configuration, instance), agentStart, agentDelete);
-    fill(nodes->processor, processor::processorNew(bus, configuration, instance),
-         processor::processorStart, processor::processorDelete);
-    fill(nodes->dms, dms::dmsNew(bus, configuration, instance), dms::dmsStart, deleteDms);
-    fill(nodes->vad, vad::vadNew(bus, configuration, instance), vad::vadStart, vad::_vadDelete);
+    auto by = [=](auto constructor) {
+        return [=] { return constructor(bus, configuration, instance); };
+    };
+    auto newServer = [bus] { return new (std::nothrow) ServerRunner{.thread = {}, .bus = bus}; };
+    if (!fill(nodes->server, "server", newServer, serverStart, serverDelete) ||
+        !fill(nodes->agent, "agent", by(agentNew), agentStart, agentDelete) ||
+        !fill(nodes->processor, "processor", by(processor::processorNew), processor::processorStart,
+              processor::processorDelete) ||
+        !fill(nodes->dms, "dms", by(dms::dmsNew), dms::dmsStart, deleteDms) ||
+        !fill(nodes->vad, "vad", by(vad::vadNew), vad::vadStart, vad::_vadDelete))
+        return false;
+    instance->missingParts = (nodes->processor ? 0U : kProcessorPart) |
+                             (nodes->dms ? 0U : kDmsPart) | (nodes->vad ? 0U : kVadPart);
+    return true;
 }
 
 // The agent goes first, because its last message tells the others of the end.
@@ -176,17 +194,32 @@ void takeDownNodes(Instance *instance)
     instance->bus = nullptr;
 }
 
+void deleteInstance(Instance *instance)
+{
+    if (instance->bus) takeDownNodes(instance);
+    delete instance->nodes;
+    delete instance;
+}
+
+struct InstanceDelete {
+    void operator()(Instance *instance) const { deleteInstance(instance); }
+};
+
+// Null when memory has run out.
 Instance *buildInstance(const InstanceSettings &settings, HostCallback callback, void *user)
 {
     HeapText busText = busConfiguration(settings);
-    std::unique_ptr<Instance> instance{new (std::nothrow) Instance};
-    std::unique_ptr<NodeTable> nodes{new (std::nothrow) NodeTable};
-    if (!instance || !nodes) return nullptr;
-    instance->nodes = nodes.release();
+    std::unique_ptr<Instance, InstanceDelete> instance{new (std::nothrow) Instance};
+    if (!instance) return nullptr;
+    instance->nodes = new (std::nothrow) NodeTable;
+    if (!instance->nodes) return nullptr;
     instance->bus = quillon_bus_new(busText.get());
+    if (!instance->bus) API_LOG(kError, "  %s bus could not be made\n", kApiTag);
     instance->callback = callback;
     instance->user = user;
-    if (instance->bus) buildNodes(instance.get(), settings.nodeConfiguration.get());
+    instance->isConfigurationJson = settings.nodeConfiguration != nullptr;
+    if (instance->bus && !buildNodes(instance.get(), settings.nodeConfiguration.get()))
+        return nullptr;
     return instance.release();
 }
 
@@ -194,8 +227,8 @@ void *newInstance(const char *params, HostCallback callback, void *user)
 {
     API_LOG(kInfo, "  %s vantel onNew begin, params: %s\n", kApiTag, orNull(params));
     InstanceSettings settings;
-    Json stored = storedConfiguration();
-    if (stored) {
+    if (hasStoredConfiguration()) {
+        Json stored = storedConfiguration();
         settings.init = readInitSettings(stored.get());
         if (!readParams(params, stored.get(), &settings)) return nullptr;
     } else {
@@ -206,6 +239,12 @@ void *newInstance(const char *params, HostCallback callback, void *user)
     return instance;
 }
 
+int32_t refuseDelete(const char *reason)
+{
+    API_LOG(kError, "  %s vantelDelete refused: %s\n", kApiTag, reason);
+    return -1;
+}
+
 } // namespace
 } // namespace vantel
 
@@ -214,6 +253,7 @@ void *vantelNew(const char *params, HostCallback callback, void *user)
     try {
         return vantel::newInstance(params, callback, user);
     } catch (const std::bad_alloc &) {
+        API_LOG(vantel::kError, "  %s vantelNew has no memory\n", vantel::kApiTag);
         return nullptr;
     }
 }
@@ -223,10 +263,11 @@ int32_t vantelDelete(void *handle)
     using namespace vantel;
     if (!handle) return 0;
     auto *instance = static_cast<Instance *>(handle);
+    // Its thread would have to wait for its own end.
+    if (isInsideCallback(instance)) return refuseDelete("called from inside the callback");
+    if (!instance->usage.close()) return refuseDelete("another one is under way");
     API_LOG(kInfo, "  %s vantel onDelete begin\n", kApiTag);
-    if (instance->bus) takeDownNodes(instance);
-    delete instance->nodes;
-    delete instance;
+    deleteInstance(instance);
     API_LOG(kInfo, "  %s vantel onDelete\n", kApiTag);
     return 0;
 }

@@ -4,22 +4,37 @@
 #include "src/node/instance.h"
 #include "src/vantel/vantel_log.h"
 
+#include <new>
+
 using namespace vantel;
 
 namespace
 {
 
-// The agent's result, or -1 (logged under the operation's name) when there is no agent.
+int32_t refused(const char *name, const char *reason)
+{
+    API_LOG(kError, "  %s   %s err by %s\n", kApiTag, name, reason);
+    return -1;
+}
+
+// The agent's result, or -1 (logged under the operation's name) when there is no agent, when nobody
+// would hear what it publishes, or when the instance is being deleted.
 template <typename... Taken, typename... Given>
 int32_t ask(void *handle, const char *name, int32_t (*operation)(AgentRecord *, Taken...),
             Given... given)
 {
     auto *instance = static_cast<Instance *>(handle);
-    if (!instance || !instance->nodes || !instance->nodes->agent) {
-        API_LOG(kError, "  %s   %s err by vantel nodes or agent is nil\n", kApiTag, name);
-        return -1;
+    if (!instance || !instance->nodes) return refused(name, "vantel nodes or agent is nil");
+    Usage::Scope use{&instance->usage};
+    if (use.isRefused()) return refused(name, "vantelDelete, which is under way");
+    if (!instance->nodes->agent) return refused(name, "vantel nodes or agent is nil");
+    if (instance->missingParts & kProcessorPart)
+        return refused(name, "a processor that could not be started");
+    try {
+        return operation(instance->nodes->agent, given...);
+    } catch (const std::bad_alloc &) {
+        return refused(name, "memory that has run out");
     }
-    return operation(instance->nodes->agent, given...);
 }
 
 } // namespace

@@ -20,7 +20,8 @@ struct InitSettings {
 // Absent members, and a log directory that is not a string, leave the defaults.
 InitSettings readInitSettings(const cJSON *configuration);
 
-// The configuration that vantelInit stored, parsed; empty when there is none.
+// The configuration that vantelInit stored, parsed. std::bad_alloc without memory.
+bool hasStoredConfiguration();
 Json storedConfiguration();
 
 // Makes the directory with its missing parents; a failure is logged.

@@ -67,6 +67,7 @@ int32_t __wrap_quillon_server_stop(void *bus)
 void *__wrap_quillon_node_new(void *bus, const char *name, quillon_onmessage onmessage,
                               quillon_oncall oncall, void *user)
 {
+    if (record()->nodeRefused == name) return nullptr;
     void *node = __real_quillon_node_new(bus, name, onmessage, oncall, user);
     record()->names[node] = name;
     recordLife("node_new", node);
@@ -78,6 +79,7 @@ void *__wrap_quillon_node_new(void *bus, const char *name, quillon_onmessage onm
 int32_t __wrap_quillon_node_subscribe(void *node, const char *topicsJsonArray)
 {
     recordLife("subscribe", node);
+    if (const auto locked = record(); locked->topicsRefused == locked->names[node]) return -1;
     return __real_quillon_node_subscribe(node, topicsJsonArray);
 }
 

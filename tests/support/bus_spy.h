@@ -25,9 +25,11 @@ struct Record {
     std::string busConfiguration; // of the latest bus
     std::map<void *, std::string> names;
 
-    // What a test arranges: quillon_bus_new gives null, something runs on the thread that makes a
-    // node, calls of a path get a reply as from a member outside the library.
+    // What a test arranges: quillon_bus_new gives null, quillon_node_new of a name gives null or
+    // its topics are refused, something runs on the thread that makes a node, calls of a path get a
+    // reply as from a member outside the library.
     bool areBusesRefused = false;
+    std::string nodeRefused, topicsRefused; // names
     std::function<void(const std::string &name)> onNodeNew;
     std::map<std::string, std::string> replies;
 };

@@ -3,7 +3,11 @@
 #include "src/node/instance.h"
 #include "tests/support/bench.h"
 
+#include <algorithm>
+#include <atomic>
 #include <filesystem>
+#include <future>
+#include <thread>
 
 namespace
 {
@@ -143,6 +147,76 @@ TEST_F(Lifecycle, AnInstanceWithoutABusRefusesEverythingAndCanBeDeleted)
     EXPECT_EQ(vantelStartDialog(handle), -1);
     end();
     EXPECT_EQ(spy::record()->lives, Lines{"bus_new"});
+}
+
+// As without memory: the bus has no node for one of the parts, or none of its topics.
+TEST_F(Lifecycle, IsRefusedAsAWholeWhenAPartCannotJoinTheBus)
+{
+    initialise();
+    for (const char *name : {"localAgent", "localProcessor", "localDms", "localVad"}) {
+        for (bool isNode : {true, false}) {
+            (isNode ? spy::record()->nodeRefused : spy::record()->topicsRefused) = name;
+            spy::record()->lives.clear();
+            forget();
+            beginSystem(R"({"vad":{},"asr":{},"gram":{}})");
+            spy::record()->nodeRefused.clear();
+            spy::record()->topicsRefused.clear();
+            EXPECT_FALSE(handle);
+            EXPECT_EQ(scripted::liveHandles(), 0);
+            EXPECT_EQ(logged("node " + std::string(name) + " cannot join the bus"), 1U);
+            EXPECT_EQ(logged("could not be started"), 1U);
+            // Whatever came on the bus, and whoever had a thread, is gone.
+            const Lines lives = spy::record()->lives;
+            auto count = [&lives](const std::string &what) {
+                return std::count_if(lives.begin(), lives.end(), [&](const std::string &life) {
+                    return life.starts_with(what);
+                });
+            };
+            EXPECT_EQ(count("node_new "), count("delete "));
+            EXPECT_EQ(count("bus_delete"), 1);
+            EXPECT_EQ(logged("创建线程"), logged("线程正常退出"));
+        }
+    }
+    beginSystem("{}");
+    EXPECT_EQ(vantelStartDialog(handle), 0);
+}
+
+TEST_F(Lifecycle, AnInstanceIsNotDeletedFromInsideItsCallback)
+{
+    initialise();
+    beginSystem("{}");
+    int32_t result = 0;
+    onEvent = [&](int32_t, const std::string &) { result = vantelDelete(handle); };
+    vantelStartDialog(handle);
+    settle();
+    onEvent = nullptr;
+    EXPECT_EQ(result, -1);
+    EXPECT_GE(logged("[E]  vantel vantelDelete refused: called from inside the callback"), 1U);
+    EXPECT_EQ(vantelStopDialog(handle), 0);
+    settle();
+    EXPECT_EQ(statuses(), (Lines{"listening", "silence"}));
+}
+
+// The natural way to shut down: the main thread deletes while the callback still asks for things.
+TEST_F(Lifecycle, OperationsThatMeetTheDeletionAreRefused)
+{
+    initialise();
+    beginSystem("{}");
+    std::promise<void> entered;
+    std::atomic<int> served{0};
+    onEvent = [&](int32_t, const std::string &) {
+        if (served > 0) return;
+        entered.set_value();
+        while (vantelSetContextSync(handle, "{}") == 0)
+            ++served;
+    };
+    vantelStartDialog(handle);
+    entered.get_future().wait();
+    while (served == 0)
+        std::this_thread::yield();
+    EXPECT_EQ(vantelDelete(handle), 0);
+    EXPECT_EQ(logged("vantelSetContextSync err by vantelDelete, which is under way"), 1U);
+    handle = nullptr;
 }
 
 } // namespace
