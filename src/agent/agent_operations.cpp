@@ -38,6 +38,34 @@ int32_t noAgent()
     return 0;
 }
 
+int asMs(int64_t audioBytes)
+{
+    return static_cast<int>(audioBytes / kAudioBytesPerMs);
+}
+
+// Whether this much more audio may wait for the detector's node, when there is one. The log tells
+// of the begin and of the end of a spell in which it may not.
+bool admitAudio(const AgentRecord *agent, int32_t bytes)
+{
+    if (!agent->instance || agent->instance->missingParts & kVadPart) return true;
+    AudioQueue &queue = agent->instance->audio;
+    int64_t waiting = queue.waitingBytes.load(std::memory_order_relaxed);
+    if (waiting > agent->audioLimitBytes) {
+        queue.refusedBytes += bytes;
+        if (!queue.isRefusing.exchange(true))
+            AGENT_LOG(kWarning,
+                      "  %s onFeed refused, %d ms of audio wait for the detector, audioLimit: %d\n",
+                      kAgentTag, asMs(waiting), asMs(agent->audioLimitBytes));
+        return false;
+    }
+    if (waiting <= agent->audioLimitBytes / 2 && queue.isRefusing.load() &&
+        queue.isRefusing.exchange(false))
+        AGENT_LOG(kWarning, "  %s onFeed goes on, %d ms of audio were refused\n", kAgentTag,
+                  asMs(queue.refusedBytes.exchange(0)));
+    queue.waitingBytes.fetch_add(bytes, std::memory_order_relaxed);
+    return true;
+}
+
 } // namespace
 
 // A request without parameters: a fixed payload on a topic.
@@ -198,8 +226,13 @@ int32_t agentFeedData(AgentRecord *agent, const void *data, int32_t length)
         AGENT_LOG(kError, "  %s onFeed failed, due to null data\n", kAgentTag);
         return -1;
     }
-    quillon_publish(agent->node, topics::kRecorderPcm, data, static_cast<uint32_t>(length));
-    return 0;
+    if (!admitAudio(agent, length)) return -1;
+    if (quillon_publish(agent->node, topics::kRecorderPcm, data, static_cast<uint32_t>(length)) ==
+        0)
+        return 0;
+    if (agent->instance) audioHandled(&agent->instance->audio, length);
+    AGENT_LOG(kError, "  %s onFeed failed, due to memory\n", kAgentTag);
+    return -1;
 }
 
 // The two ends of audio that the host feeds as the library's own speech.

@@ -57,7 +57,7 @@ void onSetParams(VadRecord *record, const Payload &payload)
 
 // Audio reaches the detector while it is started. Otherwise it is kept for the pre-roll, and so it
 // is beside the detector, until a pre-roll waits for the begin of speech: that one stays as it is.
-void onRecorderPcm(VadRecord *record, const Payload &payload)
+void takeAudio(VadRecord *record, const Payload &payload)
 {
     const bool isStarted = record->state == VadState::started;
     if (!isStarted || !hasFlag(record, kOneshotPending)) {
@@ -68,6 +68,12 @@ void onRecorderPcm(VadRecord *record, const Payload &payload)
     }
     _vadFeed(record, payload.data, payload.length);
     _writeCacheVadFileName(record, payload.data, payload.length, VadCapture::feedVad);
+}
+
+void onRecorderPcm(VadRecord *record, const Payload &payload)
+{
+    takeAudio(record, payload);
+    if (record->instance) audioHandled(&record->instance->audio, payload.length);
 }
 
 void onWakeupResult(VadRecord *record, const Payload &)

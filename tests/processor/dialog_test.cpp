@@ -4,6 +4,9 @@
 #include "tests/processor/dialog_texts.h"
 #include "tests/support/pcm.h"
 
+#include <atomic>
+#include <future>
+
 namespace
 {
 
@@ -166,6 +169,50 @@ TEST_F(WholeDialog, RequestsFromInsideTheCallbackAreServed)
     };
     vantelStartDialog(handle);
     EXPECT_EQ(statuses(), (Lines{"listening", "understanding", "silence"}));
+}
+
+// The host's callback holds up the detector's node while audio keeps coming.
+TEST_F(WholeDialog, AudioBeyondTheLimitIsRefusedAndWhatWasAcceptedIsHeard)
+{
+    initialise();
+    begin(R"(,"audioLimit":100)");
+    vantelStartDialog(handle);
+    settle();
+    std::promise<void> entered, leave;
+    std::atomic<bool> isFirst{true};
+    onEvent = [&](int32_t event, const std::string &) {
+        if (event != VANTEL_EVENT_VAD || !isFirst.exchange(false)) return;
+        entered.set_value();
+        leave.get_future().wait();
+    };
+    scripted::emit("ostrel_vad_feed", 0, kBegan, 320);
+    const std::string chunk(320, 'x'); // 10 ms
+    auto feedChunks = [&](int count) {
+        int accepted = 0;
+        for (int i = 0; i < count; ++i)
+            accepted += vantelFeedData(handle, chunk.data(), 320) == 0;
+        return accepted;
+    };
+    EXPECT_EQ(feedChunks(1), 1);
+    entered.get_future().wait();
+    // The chunk in the detector's node is one of those that wait.
+    EXPECT_EQ(feedChunks(20), 10);
+    EXPECT_EQ(feedChunks(20), 0);
+    EXPECT_EQ(vantelStopDialog(handle), 0);
+    leave.set_value();
+    settle();
+    EXPECT_EQ(scripted::callNames("ostrel_vad_feed").size(), 11U);
+    EXPECT_EQ(feedChunks(1), 1);
+    EXPECT_EQ(Bench::log("onFeed "),
+              (Lines{"[W]  ZQ-localAgent onFeed refused, 110 ms of audio wait for the detector, "
+                     "audioLimit: 100",
+                     "[W]  ZQ-localAgent onFeed goes on, 300 ms of audio were refused"}));
+    // The next turn works.
+    expectSpeech(R"({"grammar":{"post":{"sem":{}},"conf":1,"rec":"on"},"eof":1})");
+    vantelStartDialog(handle);
+    settle();
+    feed(kRecording);
+    EXPECT_EQ(traceOf("1004 ").size(), 1U);
 }
 
 } // namespace
