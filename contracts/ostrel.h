@@ -44,9 +44,9 @@ CONTRACT_API void ostrel_library_release(void);
 CONTRACT_API void *ostrel_vad_new(const char *configuration, ostrel_callback callback, void *user);
 /** The start text is {"pauseTime": milliseconds of trailing silence that end speech}, or null. */
 CONTRACT_API int32_t ostrel_vad_start(void *handle, const char *startText);
-/** Feeds audio; statuses and speech that are ready are delivered before this returns. An utterance is
- * ended after a bounded time, whatever is heard (libostrel: "maxSpeech", a minute): libvantel keeps
- * the audio of a turn for its measurement, 32 kB a second, until the turn ends. */
+/** Feeds audio; statuses and speech that are ready are delivered before this returns. An utterance
+ * is ended after a bounded time, whatever is heard (libostrel: "maxSpeech", a minute): libvantel
+ * keeps the audio of a turn for its measurement, 32 kB a second, until the turn ends. */
 CONTRACT_API int32_t ostrel_vad_feed(void *handle, const void *pcm, int32_t bytes);
 /** Ends the turn; what was ready is delivered before this returns. */
 CONTRACT_API int32_t ostrel_vad_stop(void *handle);

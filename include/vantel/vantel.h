@@ -120,8 +120,8 @@ enum {
 /** Tells the host what happened.
  *
  * It runs on the instance's processor thread and, for 1003, 1042 and 1043, on its voice activity
- * thread; the two may overlap. The callback may call operations; vantelDelete of its own instance is refused. While it
- * runs, its thread handles nothing else, so it should return soon.
+ * thread; the two may overlap. The callback may call operations; vantelDelete of its own instance
+ * is refused. While it runs, its thread handles nothing else, so it should return soon.
  *
  * @param user    what was given to vantelNew.
  * @param data    `length` bytes that belong to the library and are valid during the call; null with
@@ -186,11 +186,11 @@ VANTEL_API void *vantelNew(const char *params, HostCallback callback, void *user
 /** Stops the instance's threads and frees it; waits for callbacks under way, and none comes
  * afterwards. A null handle does nothing.
  *
- * Operations may meet it: those that have begun are carried out first; those that begin while it runs
- * are refused with -1. So operations from inside the callback are safe at any time. Other threads
- * must not begin one once the instance's threads have ended, which is shortly before this returns:
- * the handle's memory is freed then. What they must not do, they do not when they are told to stop
- * before this is called.
+ * Operations may meet it: those that have begun are carried out first; those that begin while it
+ * runs are refused with -1. So operations from inside the callback are safe at any time. Other
+ * threads must not begin one once the instance's threads have ended, which is shortly before this
+ * returns: the handle's memory is freed then. What they must not do, they do not when they are told
+ * to stop before this is called.
  * @return 0; -1, logged, with nothing done, from inside the instance's own callback (whose thread
  *         would wait for its own end) and while another one is under way. A callback must not wait
  *         for a thread that is in here, either. */
