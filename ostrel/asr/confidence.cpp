@@ -1,11 +1,11 @@
-// How sure a grammar's result is: its fit beside that of any phones, on the scale of its model.
-#include "ostrel/asr/asr.h"
+#include "ostrel/asr/confidence.h"
+
 #include "ostrel/library.h"
 
 #include <algorithm>
 #include <cmath>
 
-#define RESULT_LOG(level, ...) ENGINE_LOG("ostrel/asr_result", level, __VA_ARGS__)
+#define CONFIDENCE_LOG(level, ...) ENGINE_LOG("ostrel/asr/confidence", level, __VA_ARGS__)
 
 namespace vantel::ostrel
 {
@@ -13,7 +13,7 @@ namespace
 {
 
 // The score of the frames from first to last, where a segment's score is spread evenly over it.
-double scoreBetween(const std::vector<Segment> &segments, int32_t first, int32_t last)
+double scoreBetween(std::span<const Segment> segments, int32_t first, int32_t last)
 {
     double sum = 0;
     for (const Segment &segment : segments) {
@@ -25,26 +25,9 @@ double scoreBetween(const std::vector<Segment> &segments, int32_t first, int32_t
     return sum;
 }
 
-// Noise alone fits silence so well that Chinese words have only to be got over: they are found
-// faster than people speak to a device.
-bool isHurried(const GrammarResult &result)
-{
-    constexpr double kFewestFrames = 5; // of a phone, on average
-    return static_cast<double>(result.wordFrames) <
-           kFewestFrames * static_cast<double>(result.phones);
-}
-
-ConfidenceScale scaleFor(const Recogniser &recogniser, const NgramResult &ngram)
-{
-    if (recogniser.options.scale) return *recogniser.options.scale;
-    if (recogniser.borrowsModel) return kScaleChinese;
-    return ngram.isThere ? kScaleWithTranscript : kScaleAlone;
-}
-
 } // namespace
 
-void measureFit(const std::vector<Segment> &words, const std::vector<Segment> &phones,
-                GrammarResult *result)
+Fit measureFit(std::span<const Segment> words, std::span<const Segment> phones)
 {
     double allScore = 0;
     double wordScore = 0;
@@ -60,27 +43,17 @@ void measureFit(const std::vector<Segment> &words, const std::vector<Segment> &p
         wordScore += score;
         wordFrames += frames;
     }
-    if (wordFrames == 0) return;
-    result->fitAll = allScore / allFrames;
-    result->fitWords = wordScore / wordFrames;
-    RESULT_LOG(kDebug, "  fit of all frames %.2f, of the words %.2f\n", result->fitAll,
-               result->fitWords);
+    if (wordFrames == 0) return {};
+    const Fit fit{allScore / allFrames, wordScore / wordFrames};
+    CONFIDENCE_LOG(kDebug, "  fit of all frames %.2f, of the words %.2f\n", fit.all, fit.words);
+    return fit;
 }
 
-void rateGrammar(const Recogniser &recogniser, const NgramResult &ngram, GrammarResult *result)
+double confidenceOf(const ConfidenceScale &scale, const Fit &fit, bool agrees)
 {
-    if (result->words.empty()) return;
-    if (recogniser.borrowsModel && isHurried(*result)) return;
-    // One may write as two words what the other writes as one.
-    auto letters = [](std::string text) {
-        std::erase(text, ' ');
-        return text;
-    };
-    const ConfidenceScale scale = scaleFor(recogniser, ngram);
-    double x = scale.all * result->fitAll + scale.words * result->fitWords + scale.offset;
-    if (ngram.isThere && letters(ngram.text) == letters(joined(result->words)))
-        x += scale.agreement;
-    result->confidence = 1 / (1 + std::exp(-x));
+    const double x = scale.all * fit.all + scale.words * fit.words + scale.offset +
+                     (agrees ? scale.agreement : 0);
+    return 1 / (1 + std::exp(-x));
 }
 
 } // namespace vantel::ostrel

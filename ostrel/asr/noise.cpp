@@ -6,7 +6,7 @@
 namespace vantel::ostrel
 {
 
-int32_t noiseUnder(const std::vector<int16_t> &audio)
+int32_t noiseUnder(std::span<const int16_t> audio)
 {
     constexpr double kPeakToLevel = 0.025;
     double sum = 0;
@@ -16,7 +16,7 @@ int32_t noiseUnder(const std::vector<int16_t> &audio)
     return std::max(kWeakNoise, static_cast<int32_t>(kPeakToLevel * level));
 }
 
-std::vector<int16_t> withNoise(const std::vector<int16_t> &audio, int32_t peak, size_t margin)
+std::vector<int16_t> withNoise(std::span<const int16_t> audio, int32_t peak, size_t margin)
 {
     std::vector<int16_t> result(margin + audio.size() + margin);
     std::copy(audio.begin(), audio.end(), result.begin() + static_cast<ptrdiff_t>(margin));

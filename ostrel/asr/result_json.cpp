@@ -2,6 +2,7 @@
 #include "ostrel/asr/asr.h"
 #include "ostrel/grammar/jsgf_matcher.h"
 #include "ostrel/library.h"
+#include "ostrel/words/respelling.h"
 
 #include <cmath>
 
@@ -18,15 +19,22 @@ void addConfidence(cJSON *object, double confidence)
     cJSON_AddNumberToObject(object, "conf", std::round(confidence * 1e4) / 1e4);
 }
 
-void addWords(cJSON *object, const GrammarResult &result)
+std::vector<std::string> textsOf(const std::vector<SpokenWord> &words)
 {
-    if (result.times.empty()) return;
+    std::vector<std::string> texts;
+    for (const SpokenWord &word : words)
+        texts.push_back(word.text);
+    return texts;
+}
+
+void addWords(cJSON *object, const std::vector<SpokenWord> &spoken)
+{
     cJSON *words = cJSON_AddArrayToObject(object, "words");
-    for (size_t i = 0; i < result.times.size(); ++i) {
+    for (const SpokenWord &each : spoken) {
         Json word{cJSON_CreateObject()};
-        cJSON_AddStringToObject(word.get(), "text", result.words[i].c_str());
-        cJSON_AddNumberToObject(word.get(), "begin", result.times[i].beginMs);
-        cJSON_AddNumberToObject(word.get(), "end", result.times[i].endMs);
+        cJSON_AddStringToObject(word.get(), "text", each.text.c_str());
+        cJSON_AddNumberToObject(word.get(), "begin", each.beginMs);
+        cJSON_AddNumberToObject(word.get(), "end", each.endMs);
         cJSON_AddItemToArray(words, word.release());
     }
 }
@@ -36,7 +44,7 @@ void addMeaning(cJSON *object, const Grammar &grammar, const std::vector<std::st
     Meaning meaning;
     MatchResult result = matchWords(grammar.tree, words, &meaning);
     if (result != MatchResult::matched) {
-        RESULT_LOG(kWarning, "  no meaning for \"%s\": %s\n", joined(words).c_str(),
+        RESULT_LOG(kWarning, "  no meaning for \"%s\": %s\n", joinWords(words).c_str(),
                    result == MatchResult::tooHard ? "too much work" : "not of the grammar");
         return;
     }
@@ -45,15 +53,26 @@ void addMeaning(cJSON *object, const Grammar &grammar, const std::vector<std::st
     cJSON_AddItemToObject(post, "sem", meaning.sem.release());
 }
 
-} // namespace
-
-std::string joined(const std::vector<std::string> &words)
+void addGrammar(cJSON *root, const Recogniser &recogniser, const GrammarResult &grammar)
 {
-    std::string text;
-    for (const std::string &word : words)
-        text += (text.empty() ? "" : " ") + word;
-    return text;
+    const std::vector<std::string> words = textsOf(grammar.words);
+    cJSON *object = cJSON_AddObjectToObject(root, "grammar");
+    cJSON_AddStringToObject(object, "rec", joinWords(words).c_str());
+    cJSON_AddNumberToObject(object, "eof", 1);
+    addConfidence(object, grammar.confidence);
+    if (recogniser.start.pinyin && !grammar.reading.empty())
+        cJSON_AddStringToObject(object, "pinyin", grammar.reading.c_str());
+    if (recogniser.options.showFit) {
+        cJSON *fit = cJSON_AddObjectToObject(object, "fit");
+        cJSON_AddNumberToObject(fit, "all", grammar.fitAll);
+        cJSON_AddNumberToObject(fit, "words", grammar.fitWords);
+    }
+    if (words.empty()) return;
+    addWords(object, grammar.words);
+    addMeaning(object, *recogniser.grammar, words);
 }
+
+} // namespace
 
 HeapText partialResult(const std::string &text)
 {
@@ -69,21 +88,7 @@ HeapText finalResult(const Recogniser &recogniser, const GrammarResult &grammar,
                      const NgramResult &ngram)
 {
     Json root{cJSON_CreateObject()};
-    if (recogniser.decoder && recogniser.start.grammar) {
-        cJSON *object = cJSON_AddObjectToObject(root.get(), "grammar");
-        cJSON_AddStringToObject(object, "rec", joined(grammar.words).c_str());
-        cJSON_AddNumberToObject(object, "eof", 1);
-        addConfidence(object, grammar.confidence);
-        if (recogniser.start.pinyin && !grammar.reading.empty())
-            cJSON_AddStringToObject(object, "pinyin", grammar.reading.c_str());
-        if (recogniser.options.showFit) {
-            cJSON *fit = cJSON_AddObjectToObject(object, "fit");
-            cJSON_AddNumberToObject(fit, "all", grammar.fitAll);
-            cJSON_AddNumberToObject(fit, "words", grammar.fitWords);
-        }
-        addWords(object, grammar);
-        if (!grammar.words.empty()) addMeaning(object, *recogniser.grammar, grammar.words);
-    }
+    if (recogniser.search && recogniser.start.grammar) addGrammar(root.get(), recogniser, grammar);
     // An utterance always has a result, if an empty one.
     if (!ngram.text.empty() || !root->child) {
         cJSON *object = cJSON_AddObjectToObject(root.get(), "ngram");

@@ -61,6 +61,13 @@ void pronounceWords(const Pronouncer &pronouncer, Grammar *grammar, Diagnostics 
     }
 }
 
+void readRespellings(const cJSON *configuration, Grammar *grammar)
+{
+    const cJSON *item = nullptr;
+    cJSON_ArrayForEach(item, jsonObject(configuration, "respell")) if (cJSON_IsString(item))
+        grammar->respellings[item->string] = item->valuestring;
+}
+
 int32_t build(const char *text)
 {
     Json configuration = jsonParse(text);
@@ -118,6 +125,7 @@ int32_t grammarCompile(const cJSON *configuration, std::shared_ptr<const Grammar
         pronounceWords(pronouncer, grammar.get(), &diagnostics);
         if (diagnostics.empty()) isSearchable(*grammar, &diagnostics);
     }
+    readRespellings(configuration, grammar.get());
     logDiagnostics(title, diagnostics);
     if (!diagnostics.empty()) return kGrammarWrong;
     GRAMMAR_LOG(kInfo, "  %s compiled: %zu words, %d states, %zu arcs\n", title.c_str(),

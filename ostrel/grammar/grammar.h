@@ -4,6 +4,8 @@
 #include "ostrel/grammar/grammar_network.h"
 #include "ostrel/words/dictionary.h"
 
+#include <map>
+
 namespace vantel::ostrel
 {
 
@@ -20,7 +22,8 @@ struct Grammar {
     std::string source; // the JSGF text
     RuleTree tree;
     Network network;
-    std::vector<Pronunciations> pronunciations; // of the tree's words
+    std::vector<Pronunciations> pronunciations;     // of the tree's words
+    std::map<std::string, std::string> respellings; // words in other words that sound alike
 };
 
 // False with a diagnostic when searching it would take too much memory.

@@ -41,6 +41,9 @@ Json toJson(const Grammar &grammar)
         }
         cJSON_AddItemToArray(words, word.release());
     }
+    cJSON *respell = cJSON_AddObjectToObject(root.get(), "respell");
+    for (const auto &[word, spelling] : grammar.respellings)
+        cJSON_AddStringToObject(respell, word.c_str(), spelling.c_str());
     return root;
 }
 
@@ -84,6 +87,9 @@ bool fromJson(const cJSON *root, Grammar *grammar)
         if (known.empty()) return false;
         grammar->pronunciations.push_back(std::move(known));
     }
+    const cJSON *respelling = nullptr;
+    cJSON_ArrayForEach(respelling, jsonObject(root, "respell")) if (cJSON_IsString(respelling))
+        grammar->respellings[respelling->string] = respelling->valuestring;
     return isSearchable(*grammar, &diagnostics);
 }
 
