@@ -58,9 +58,11 @@ std::unique_ptr<Recogniser> open(const char *configuration)
     const bool chinese = recogniser->grammar && isChinese(*recogniser->grammar);
     const bool always = options.ngram == NgramSource::transcriber;
     recogniser->mayTranscribe = always || (options.ngram == NgramSource::whenPresent && !chinese);
-    // What is not needed by every utterance is loaded by the first that needs it.
+    // What not every utterance needs is loaded by the first that does.
     if (always || !recogniser->search || recogniser->search->usesNgram)
         openTranscriber(recogniser.get());
+    else if (recogniser->mayTranscribe)
+        recogniser->mayTranscribe = transcriberIsThere();
     if (always && !recogniser->transcriber) return nullptr;
     if (!recogniser->search && !recogniser->transcriber) {
         ASR_LOG(kError, "  a recogniser with neither a grammar nor a transcriber\n");

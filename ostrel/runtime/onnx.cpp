@@ -195,6 +195,11 @@ void OnnxValueDelete::operator()(OrtValue *value) const
     runtime.api->ReleaseValue(value);
 }
 
+bool onnxIsThere()
+{
+    return !runtimePath().empty();
+}
+
 int32_t onnxOpen(const std::string &path, std::shared_ptr<const OnnxSession> *session)
 {
     if (int32_t result = loadRuntime(); result != 0) return result;

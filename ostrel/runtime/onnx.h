@@ -28,6 +28,9 @@ using OnnxValue = std::unique_ptr<OrtValue, OnnxValueDelete>;
 // Result of onnxOpen beside 0 and the error codes of LibraryError: there is no runtime.
 constexpr int32_t kOnnxMissing = 1;
 
+// Whether there is a runtime to be loaded.
+bool onnxIsThere();
+
 // Opens the model in a file. kRuntimeBroken and kModelBroken are logged with the file's name.
 int32_t onnxOpen(const std::string &path, std::shared_ptr<const OnnxSession> *session);
 

@@ -198,6 +198,18 @@ bool decode(const Transcriber &transcriber, const OnnxValue &hidden, size_t most
 
 } // namespace
 
+bool transcriberIsThere()
+{
+    for (const char *name : {kEncoderName, kDecoderName, kVocabularyName}) {
+        if (!findResource(name).empty()) continue;
+        TRANSCRIBER_LOG(kWarning, "  no %s: free speech is not recognised\n", name);
+        return false;
+    }
+    if (onnxIsThere()) return true;
+    TRANSCRIBER_LOG(kWarning, "  no inference runtime: free speech is not recognised\n");
+    return false;
+}
+
 std::shared_ptr<const Transcriber> transcriberOpen()
 {
     MutexLock lock{sharedMutex};

@@ -24,6 +24,9 @@ struct Transcript {
     double noise;      // how sure the model is, 0 to 1, that there is no speech at all
 };
 
+// Whether model and runtime are there to be loaded; else a line in the log says what is missing.
+bool transcriberIsThere();
+
 // Null, with the reason in the engine's log, when the model or its runtime cannot be had. Loading
 // takes about half a second and 110 MB, once.
 std::shared_ptr<const Transcriber> transcriberOpen();
