@@ -54,6 +54,11 @@ std::unique_ptr<Recogniser> open(const char *configuration)
         recogniser->search = grammarSearchOpen(options, recogniser->grammar);
         if (!recogniser->search) return nullptr;
     }
+    if (options.continuous) {
+        if (recogniser->search) return recogniser;
+        ASR_LOG(kError, "  \"continuous\" without a grammar\n");
+        return nullptr;
+    }
     // The transcriber knows English only: on Chinese it would invent words.
     const bool chinese = recogniser->grammar && isChinese(*recogniser->grammar);
     const bool always = options.ngram == NgramSource::transcriber;
@@ -102,19 +107,6 @@ void deliverPartial(Recogniser *recogniser)
     deliver(*recogniser, partialResult(text));
 }
 
-// Gives the search what came in, in whole blocks. False when it failed.
-bool search(Recogniser *recogniser)
-{
-    const size_t block = recogniser->search->blockSamples;
-    while (recogniser->audio.size() - recogniser->searched >= block) {
-        std::span<const int16_t> step{&recogniser->audio[recogniser->searched], block};
-        recogniser->searched += block;
-        if (!recogniser->search->feed(step)) return false;
-        if (recogniser->options.partials) deliverPartial(recogniser);
-    }
-    return true;
-}
-
 // Appends the bytes; a sample may be cut by the end of a chunk.
 void append(Recogniser *recogniser, const uint8_t *bytes, size_t count)
 {
@@ -135,27 +127,11 @@ void append(Recogniser *recogniser, const uint8_t *bytes, size_t count)
 int32_t start(Recogniser *recogniser, const char *startText)
 {
     forgetUtterance(recogniser);
+    recogniser->endedItself = false;
     recogniser->start = readStartOptions(startText);
-    if (usesGrammar(*recogniser) && !recogniser->search->start(recogniser->start))
-        return kAsrFailed;
+    if (usesGrammar(*recogniser) && !recogniser->search->start()) return kAsrFailed;
     recogniser->started = true;
     return 0;
-}
-
-int32_t feed(Recogniser *recogniser, const uint8_t *bytes, int32_t count)
-{
-    if (!recogniser->started) return kAsrNotStarted;
-    if (count < 0 || (!bytes && count > 0)) return kAsrArgument;
-    const size_t limit =
-        static_cast<size_t>(std::max(recogniser->options.limitMs, 0)) * kSamplesPerMs;
-    const size_t taken = recogniser->audio.size();
-    const size_t fed = (static_cast<size_t>(count) + recogniser->oddByte.has_value()) / 2;
-    const bool fits = fed <= limit - std::min(taken, limit);
-    // What still fits belongs to the utterance.
-    append(recogniser, bytes,
-           fits ? static_cast<size_t>(count) : (limit - std::min(taken, limit)) * 2);
-    if (usesGrammar(*recogniser) && !search(recogniser)) return kAsrFailed;
-    return fits ? 0 : OSTREL_LIMIT_EXCEEDED;
 }
 
 void recogniseNgram(Recogniser *recogniser, NgramResult *result)
@@ -228,18 +204,92 @@ bool recognise(Recogniser *recogniser, GrammarResult *grammar, NgramResult *ngra
     return done;
 }
 
-int32_t stop(Recogniser *recogniser)
+// Delivers the utterance's result, and forgets it.
+int32_t end(Recogniser *recogniser)
 {
-    if (!recogniser->started) return kAsrNotStarted;
-    recogniser->started = false;
     GrammarResult grammar;
     NgramResult ngram;
     bool done = true;
+    // What came behind an end that was heard belongs to nobody.
+    if (recogniser->endedItself) recogniser->audio.resize(recogniser->searched);
     if (recogniser->audio.size() >= kShortestUtterance)
         done = recognise(recogniser, &grammar, &ngram);
     HeapText result = finalResult(*recogniser, grammar, ngram);
     forgetUtterance(recogniser);
     deliver(*recogniser, std::move(result));
+    return done ? 0 : kAsrFailed;
+}
+
+// Delivers what was found in audio without end, whose past is then forgotten. False when the search
+// failed.
+bool deliverFound(Recogniser *recogniser)
+{
+    GrammarResult grammar;
+    if (!recogniser->search->finish({}, &grammar)) return false;
+    recogniser->lastPartial.clear();
+    if (!grammar.words.empty()) deliver(*recogniser, finalResult(*recogniser, grammar, {}));
+    return true;
+}
+
+// Gives the search what came in, in whole blocks. False when it failed.
+bool search(Recogniser *recogniser)
+{
+    GrammarSearch *search = recogniser->search.get();
+    const AsrOptions &options = recogniser->options;
+    const size_t block = search->blockSamples;
+    while (recogniser->audio.size() - recogniser->searched >= block) {
+        std::span<const int16_t> step{&recogniser->audio[recogniser->searched], block};
+        recogniser->searched += block;
+        if (!search->feed(step)) return false;
+        if (options.partials) deliverPartial(recogniser);
+        if (!(options.continuous || options.earlyEnd) || !search->isOver()) continue;
+        if (options.continuous && !deliverFound(recogniser)) return false;
+        if (!options.continuous) {
+            ASR_LOG(kInfo, "  the utterance ends itself after %zu ms\n",
+                    recogniser->searched / kSamplesPerMs);
+            recogniser->endedItself = true;
+            return end(recogniser) == 0;
+        }
+    }
+    if (options.continuous) {
+        auto first = recogniser->audio.begin();
+        recogniser->audio.erase(first, first + static_cast<ptrdiff_t>(recogniser->searched));
+        recogniser->searched = 0;
+    }
+    return true;
+}
+
+int32_t feed(Recogniser *recogniser, const uint8_t *bytes, int32_t count)
+{
+    if (recogniser->endedItself) return 0;
+    if (!recogniser->started) return kAsrNotStarted;
+    if (count < 0 || (!bytes && count > 0)) return kAsrArgument;
+    if (recogniser->options.continuous && !usesGrammar(*recogniser)) return 0;
+    const size_t limit =
+        recogniser->options.continuous
+            ? SIZE_MAX / 2
+            : static_cast<size_t>(std::max(recogniser->options.limitMs, 0)) * kSamplesPerMs;
+    const size_t taken = recogniser->audio.size();
+    const size_t fed = (static_cast<size_t>(count) + recogniser->oddByte.has_value()) / 2;
+    const bool fits = fed <= limit - std::min(taken, limit);
+    // What still fits belongs to the utterance.
+    append(recogniser, bytes,
+           fits ? static_cast<size_t>(count) : (limit - std::min(taken, limit)) * 2);
+    if (usesGrammar(*recogniser) && !search(recogniser)) return kAsrFailed;
+    return fits ? 0 : OSTREL_LIMIT_EXCEEDED;
+}
+
+int32_t stop(Recogniser *recogniser)
+{
+    if (recogniser->endedItself) {
+        recogniser->endedItself = false;
+        return 0;
+    }
+    if (!recogniser->started) return kAsrNotStarted;
+    recogniser->started = false;
+    if (!recogniser->options.continuous) return end(recogniser);
+    const bool done = deliverFound(recogniser);
+    forgetUtterance(recogniser);
     return done ? 0 : kAsrFailed;
 }
 
@@ -287,6 +337,7 @@ int32_t ostrel_asr_cancel(void *handle)
 {
     return onHandle(handle, [](Recogniser *recogniser) {
         forgetUtterance(recogniser);
+        recogniser->endedItself = false;
         return 0;
     });
 }

@@ -27,6 +27,7 @@ struct Recogniser {
     std::shared_ptr<const Transcriber> transcriber; // null: none, or not needed yet
     // The utterance.
     bool started = false;
+    bool endedItself = false; // its result was delivered, and no more of it is wanted
     StartOptions start;
     std::vector<int16_t> audio;
     std::optional<uint8_t> oddByte; // the first half of a sample

@@ -118,6 +118,8 @@ bool readAsrOptions(const char *configuration, AsrOptions *options)
     options->acousticModel = textOr(root.get(), "hmm", "");
     options->streamingModel = textOr(root.get(), "streamingModel", "");
     options->partials = !cJSON_IsFalse(jsonMember(root.get(), "partials"));
+    options->earlyEnd = cJSON_IsTrue(jsonMember(root.get(), "earlyEnd"));
+    options->continuous = cJSON_IsTrue(jsonMember(root.get(), "continuous"));
     options->limitMs = jsonInt(root.get(), "limit", options->limitMs);
     options->scale = readScale(root.get());
     options->showFit = cJSON_IsTrue(jsonMember(root.get(), "showFit"));

@@ -49,7 +49,9 @@ struct AsrOptions {
     std::string streamingModel;      // of "streaming"; empty: the same
     NgramSource ngram = NgramSource::whenPresent;
     bool partials = true;
-    int32_t limitMs = 60000;              // of one utterance
+    bool earlyEnd = false;   // an utterance ends itself when what was heard is a whole sentence
+    bool continuous = false; // one utterance after the other is found in audio without end
+    int32_t limitMs = 60000; // of one utterance
     std::optional<ConfidenceScale> scale; // in place of the scales above
     bool showFit = false; // the final result tells A and W, for who finds the scale of a new model
 };

@@ -14,7 +14,7 @@ namespace
 {
 
 struct FsgSearch final : GrammarSearch {
-    bool start(const StartOptions &start) override;
+    bool start() override;
     bool feed(std::span<const int16_t> samples) override;
     std::string partial() override;
     bool finish(std::span<const int16_t> audio, GrammarResult *result) override;
@@ -88,7 +88,7 @@ ConfidenceScale scaleFor(const FsgSearch &search, const NgramResult &ngram)
     return ngram.isThere ? kScaleWithTranscript : kScaleAlone;
 }
 
-bool FsgSearch::start(const StartOptions &)
+bool FsgSearch::start()
 {
     decoderStreamEnd(decoder.get());
     return !partials || decoderStreamStart(decoder.get());
@@ -154,6 +154,10 @@ std::unique_ptr<GrammarSearch> fsgSearchOpen(const AsrOptions &options,
                                              std::shared_ptr<const Grammar> grammar,
                                              std::string *reason)
 {
+    if (options.continuous) {
+        *reason = "it needs the end of an utterance";
+        return nullptr;
+    }
     const std::string comesAlong = modelFile(kDefaultAcousticModel);
     const std::string &model = options.acousticModel.empty() ? comesAlong : options.acousticModel;
     auto search = std::make_unique<FsgSearch>();

@@ -27,8 +27,10 @@ std::unique_ptr<GrammarSearch> grammarSearchOpen(const AsrOptions &options,
                                                  std::shared_ptr<const Grammar> grammar)
 {
     const bool isChosen = options.engine != kAnyEngine;
+    bool isKnown = false;
     for (const SearchKind &kind : kSearches) {
         if (isChosen && options.engine != kind.name) continue;
+        isKnown = true;
         std::string reason;
         if (auto search = kind.open(options, grammar, &reason)) {
             SEARCH_LOG(kInfo, "  the grammar is recognised by %s\n", kind.name);
@@ -37,6 +39,7 @@ std::unique_ptr<GrammarSearch> grammarSearchOpen(const AsrOptions &options,
         SEARCH_LOG(isChosen ? kError : kWarning, "  the grammar is not recognised by %s: %s\n",
                    kind.name, reason.c_str());
     }
+    if (!isKnown) SEARCH_LOG(kError, "  there is no \"engine\" %s\n", options.engine.c_str());
     return nullptr;
 }
 

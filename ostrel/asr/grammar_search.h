@@ -36,12 +36,15 @@ struct NgramResult {
 struct GrammarSearch {
     virtual ~GrammarSearch() = default;
     // Begins an utterance, and drops one that was not finished.
-    virtual bool start(const StartOptions &start) = 0;
+    virtual bool start() = 0;
     // Takes what was heard since. Each false is a failure; the log has why.
     virtual bool feed(std::span<const int16_t> samples) = 0;
+    // Whether by what was heard the utterance is over, and may be finished. In audio without end:
+    // whether there may be a result, or there is too much of what is none.
+    virtual bool isOver() { return false; }
     // The words so far, for people; they may still change.
     virtual std::string partial() = 0;
-    // Ends the utterance. `audio` is all of it.
+    // Ends the utterance, and begins the next. `audio` is all of it; empty in audio without end.
     virtual bool finish(std::span<const int16_t> audio, GrammarResult *result) = 0;
     // Sets the result's confidence, once free speech is there for a search that takes it into
     // account.

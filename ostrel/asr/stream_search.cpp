@@ -8,7 +8,7 @@
 #include "ostrel/words/respelling.h"
 
 #include <algorithm>
-#include <numeric>
+#include <deque>
 
 #define STREAM_LOG(level, ...) ENGINE_LOG("ostrel/asr/stream_search", level, __VA_ARGS__)
 
@@ -18,18 +18,40 @@ namespace
 {
 
 struct StreamSearch final : GrammarSearch {
-    bool start(const StartOptions &) override;
+    bool start() override;
     bool feed(std::span<const int16_t> samples) override;
+    bool isOver() override;
     std::string partial() override;
     bool finish(std::span<const int16_t> audio, GrammarResult *result) override;
     void rate(const NgramResult &, GrammarResult *) override {}
     void cancel() override;
+    void forget();
 
     std::shared_ptr<const Grammar> grammar;
     SpokenGrammar spoken;
     VoskDecoderHandle decoder;
-    size_t taken = 0; // samples of the utterance
+    bool continuous = false;
+    // The utterance.
+    size_t taken = 0;                             // samples
+    std::deque<std::vector<std::string>> guesses; // of the last blocks, the newest first
+    std::string steady;                           // what was told of them
+    size_t unchanged = 0;  // blocks for which the newest guess has been the same
+    bool hearsEnd = false; // the decoder itself
+    // In audio without end.
+    int32_t passedMs = 0; // of the audio before this utterance
 };
+
+// A guess that stays for so many blocks is not going to change for what was said so far: the
+// decoder thinks anew every 240 ms.
+constexpr size_t kSteadyBlocks = 3;
+// As long as that a whole sentence has to stay, with which no other begins: two of the decoder's
+// steps. With one, ends of a sentence that is not there yet were taken for one three times as
+// often.
+constexpr size_t kOverBlocks = 5;
+// Of audio without end. What is none of the phrases is forgotten after this; what may be the
+// beginning of one gets the longer time.
+constexpr size_t kForgetSamples = 10 * 16000;
+constexpr size_t kForgetAllSamples = 30 * 16000;
 
 // How the words of the grammar are told to the recogniser. False with the words that it lacks.
 bool spellWords(const Grammar &grammar, const VoskModel &model,
@@ -94,6 +116,30 @@ std::vector<HeardWord> withoutUnknown(std::vector<HeardWord> words)
     return words;
 }
 
+// The words behind the last one that is no word of the grammar.
+template <typename Words> Words behindUnknown(const Words &words, auto isUnknown)
+{
+    auto last = std::find_if(words.rbegin(), words.rend(), isUnknown);
+    return Words(last.base(), words.end());
+}
+
+// The most certain of the stretches between other speech that is a sentence; empty when none is.
+std::vector<HeardWord> bestStretch(const SpokenGrammar &spoken, std::span<const HeardWord> words)
+{
+    std::vector<HeardWord> best;
+    for (size_t from = 0; from < words.size(); ++from) {
+        std::vector<HeardWord> stretch;
+        std::vector<std::string> texts;
+        while (from < words.size() && words[from].text != kUnknownWord) {
+            texts.push_back(words[from].text);
+            stretch.push_back(words[from++]);
+        }
+        if (exactPath(spoken, tokensOf(spoken, texts)) && surenessOf(stretch) > surenessOf(best))
+            best = std::move(stretch);
+    }
+    return best;
+}
+
 std::optional<Path> findPath(const SpokenGrammar &spoken, std::span<const HeardWord> heard,
                              bool *isExact)
 {
@@ -129,31 +175,69 @@ std::vector<SpokenWord> spokenWords(const Grammar &grammar, const Path &path,
     return words;
 }
 
-bool StreamSearch::start(const StartOptions &)
+bool StreamSearch::start()
 {
     cancel();
+    passedMs = 0;
     return true;
 }
 
 bool StreamSearch::feed(std::span<const int16_t> samples)
 {
     taken += samples.size();
-    voskDecoderFeed(decoder.get(), samples);
+    hearsEnd = voskDecoderFeed(decoder.get(), samples);
+    guesses.push_front(splitWords(voskDecoderPartial(decoder.get())));
+    const bool isSame = guesses.size() > 1 && guesses[0] == guesses[1];
+    unchanged = isSame ? unchanged + 1 : 0;
+    if (guesses.size() > kSteadyBlocks) guesses.pop_back();
     return true;
 }
 
+bool StreamSearch::isOver()
+{
+    if (guesses.empty()) return false;
+    std::vector<std::string> words = guesses.front();
+    if (continuous)
+        words = behindUnknown(words, [](const std::string &word) { return word == kUnknownWord; });
+    const Progress progress = progressOf(spoken, tokensOf(spoken, words));
+    const bool isSentence = progress == Progress::closed || progress == Progress::complete;
+    if (isSentence && hearsEnd) return true;
+    if (progress == Progress::closed && unchanged >= kOverBlocks) return true;
+    if (!continuous) return false;
+    // A sentence with which others begin gets no more time than these would.
+    if (isSentence && unchanged >= 2 * kOverBlocks) return true;
+    const bool mayBegin = !words.empty() && progress != Progress::outside;
+    return hearsEnd || taken > kForgetAllSamples || (taken > kForgetSamples && !mayBegin);
+}
+
+// The words that have not changed for a while, and only such as begin a sentence: what people see
+// does not jump.
 std::string StreamSearch::partial()
 {
-    std::vector<std::string> words = splitWords(voskDecoderPartial(decoder.get()));
-    std::erase(words, kUnknownWord);
-    return joinWords(words);
+    if (guesses.size() < kSteadyBlocks) return steady;
+    std::vector<std::string> words = guesses.front();
+    for (const std::vector<std::string> &guess : guesses) {
+        auto differs = std::mismatch(words.begin(), words.end(), guess.begin(), guess.end());
+        words.erase(differs.first, words.end());
+    }
+    const std::string text = joinWords(words);
+    if (progressOf(spoken, tokensOf(spoken, words)) != Progress::outside && !words.empty())
+        steady = text;
+    return steady;
 }
 
 bool StreamSearch::finish(std::span<const int16_t> audio, GrammarResult *result)
 {
     if (taken < audio.size()) feed(audio.subspan(taken));
     std::vector<HeardWord> all = voskDecoderFinish(decoder.get());
-    taken = 0;
+    const int32_t beganMs = passedMs;
+    passedMs += static_cast<int32_t>(taken / (kVoskBlock / 100));
+    forget();
+    if (continuous) all = bestStretch(spoken, all);
+    for (HeardWord &word : all) {
+        word.beginMs += beganMs;
+        word.endMs += beganMs;
+    }
     const double sureness = surenessOf(all);
     const std::vector<HeardWord> heard = withoutUnknown(all);
     if (heard.empty()) return true;
@@ -176,10 +260,19 @@ bool StreamSearch::finish(std::span<const int16_t> audio, GrammarResult *result)
     return true;
 }
 
+void StreamSearch::forget()
+{
+    taken = 0;
+    guesses.clear();
+    steady.clear();
+    unchanged = 0;
+    hearsEnd = false;
+}
+
 void StreamSearch::cancel()
 {
     if (taken > 0) voskDecoderReset(decoder.get());
-    taken = 0;
+    forget();
 }
 
 } // namespace
@@ -214,6 +307,7 @@ std::unique_ptr<GrammarSearch> streamSearchOpen(const AsrOptions &options,
         return nullptr;
     }
     search->grammar = std::move(grammar);
+    search->continuous = options.continuous;
     search->blockSamples = kVoskBlock;
     STREAM_LOG(kInfo, "  %zu phrases for the streaming recogniser\n", phrases.size());
     return search;

@@ -1,6 +1,7 @@
 #include "ostrel/runtime/vosk.h"
 
 #include "ostrel/library.h"
+#include "platform/narrow_path.h"
 #include "platform/platform.h"
 
 #include <cmath>
@@ -170,9 +171,12 @@ std::shared_ptr<const VoskModel> voskModelOpen(const std::string &wanted, std::s
     }
     if (sharedModel() && sharedModelFolder == folder) return sharedModel();
     if (!loadLibrary(reason) || !hasFiles(folder, reason)) return nullptr;
-    void *handle = functions.modelNew(folder.c_str());
+    const std::string narrowed = platformNarrowPath(folder);
+    void *handle = narrowed.empty() ? nullptr : functions.modelNew(narrowed.c_str());
     if (!handle) {
-        *reason = "cannot use the model " + folder;
+        *reason =
+            (narrowed.empty() ? "its library cannot spell the folder " : "cannot use the model ") +
+            folder;
         VOSK_LOG(kError, "  %s\n", reason->c_str());
         return nullptr;
     }

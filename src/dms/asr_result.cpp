@@ -137,10 +137,30 @@ void publishFailure(DmsRecord *record, int32_t result)
     record->retryCount = 0;
 }
 
+bool isFinal(const cJSON *parsed)
+{
+    for (const char *kind : {kGrammarLabel, kNgramLabel})
+        if (const cJSON *result = jsonMember(parsed, kind))
+            return stageOf(result) == Stage::finished;
+    return stageOf(parsed) == Stage::finished;
+}
+
+// The recogniser has found the end of speech before the detector: the turn goes on as if it were
+// the detector's. That one is in the middle of speech that is over; it stops, and where it hears on
+// through the whole dialog begins anew.
+void endSpeech(DmsRecord *record)
+{
+    publishText(record->node, topics::kVadControl, R"({"operation":"stop"})");
+    if (record->fullDuplex)
+        publishText(record->node, topics::kVadControl, R"({"operation":"start"})");
+    publishText(record->node, topics::kVadEnd, R"({"status":2})");
+}
+
 void handleResult(DmsRecord *record, const std::string &text)
 {
     Json output{cJSON_CreateObject()};
     Json parsed = jsonParse(text.c_str());
+    if (record->earlyEnd && record->isFeeding && isFinal(parsed.get())) endSpeech(record);
     Outcome outcome = pickResult(record, parsed.get(), output.get());
     if (outcome.result == 0) {
         publishRecognition(record, output.get(), outcome.decision.get());

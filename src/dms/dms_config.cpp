@@ -73,6 +73,8 @@ void dmsConfigure(DmsRecord *record, const char *configuration)
     logMicrophone(kDmsLog, parsed.get());
     if (const char *deviceId = jsonString(parsed.get(), "deviceId")) record->deviceId = deviceId;
     setUpCapture(record, parsed.get());
+    record->earlyEnd = cJSON_IsTrue(jsonMember(jsonObject(parsed.get(), "asr"), "earlyEnd"));
+    record->fullDuplex = jsonIs(parsed.get(), "fullDuplex", "true");
     record->asrEnv = asrEnvOf(parsed.get());
     DMS_LOG(kInfo, "  %s native asr env: %s\n", kDmsTag, record->asrEnv->c_str());
     HeapText grammarText = printedObject(parsed.get(), "gram");

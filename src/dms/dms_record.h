@@ -53,12 +53,15 @@ struct DmsRecord {
     std::string homePath;
     std::optional<std::string> asrEnv; // start text of the recogniser; none without configuration
     bool cachePcm = false;             // only with a home path
+    bool earlyEnd = false;             // the recogniser may end an utterance by itself
+    bool fullDuplex = false;
     int32_t retryTimes = 0;
     Recogniser recogniser; // empty when there is none
     // Touched by the node's thread only.
     void *node = nullptr;
     HeldReports held;
     DmsState state = DmsState::created;
+    bool isFeeding = false;             // a result now comes before the end of speech
     std::optional<std::string> subsets; // tails of the wakeup word, joined by ","
     std::string asrCapture;             // path; empty before the first start
     int32_t retryCount = 0;             // failed results in a row

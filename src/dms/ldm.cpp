@@ -84,7 +84,9 @@ int32_t ldmReset(DmsRecord *record)
 int32_t ldmFeed(DmsRecord *record, const void *pcm, int32_t bytes)
 {
     void *recogniser = record->recogniser.get();
+    record->isFeeding = true;
     int32_t result = recogniser ? ostrel_asr_feed(recogniser, pcm, bytes) : 0;
+    record->isFeeding = false;
     if (result == OSTREL_LIMIT_EXCEEDED) {
         LDM_LOG(kError, "  %s asr feed, %d\n", kLdmTag, result);
         publishError(record->node, VANTEL_ERROR_LOCAL_ASR_LIMIT);

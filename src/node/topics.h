@@ -48,6 +48,7 @@ constexpr char kSnrResult[] = "sys.snr.result";
 constexpr char kSyncDmTimeoutAsrMaxText[] = "sys.context.syncDmTimeoutAsrMaxText";
 constexpr char kTimerCtrl[] = "sys.localProcessor.TimerCtrl";
 constexpr char kVadBegin[] = "sys.localVad.begin";
+constexpr char kVadControl[] = "sys.localVad.ctrl";
 constexpr char kVadEnd[] = "sys.localVad.end";
 constexpr char kVadPcm[] = "sys.localVad.pcm";
 constexpr char kWakeupResult[] = "sys.localWakeup.result";

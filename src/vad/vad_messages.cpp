@@ -115,7 +115,7 @@ void onAgentExit(VadRecord *record, const Payload &)
 
 // In the order of subscription.
 constexpr Route<VadRecord, const Payload &> kRoutes[] = {
-    {"sys.localVad.ctrl", onCtrl},
+    {topics::kVadControl, onCtrl},
     {"sys.localVad.vprRuntimeCtrl", nullptr},
     {topics::kSnrCalculation, onSnrCalculation},
     {topics::kSetParams, onSetParams},
