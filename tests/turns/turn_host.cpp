@@ -71,6 +71,18 @@ void Host::stopDialog()
     settle();
 }
 
+void Host::startListening()
+{
+    vantelStartListening(handle_);
+    settle();
+}
+
+void Host::stopListening()
+{
+    vantelStopListening(handle_);
+    settle();
+}
+
 void Host::feed(const std::string &audio, size_t chunkBytes)
 {
     constexpr size_t kHandledBytes = 40 * 32;

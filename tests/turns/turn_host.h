@@ -29,6 +29,8 @@ public:
 
     void startDialog();
     void stopDialog();
+    void startListening(); // without a dialog
+    void stopListening();
     // Each chunk is handled, with all that follows from it, before the next; short ones are handled
     // together, up to 40 ms.
     void feed(const std::string &audio, size_t chunkBytes);

@@ -167,4 +167,24 @@ TEST_P(FourCommands, OfOneDialogAreEachDetectedMeasuredAndUnderstood)
     EXPECT_EQ(host.told(kStatus).back(), R"({"status":"listening"})") << "one dialog, still open";
 }
 
+// A host that has a whole recording feeds it at once, and says then that this was all.
+TEST_F(Library, AnUtteranceOfOneChunkIsHeardAtTheHostsStop)
+{
+    Host host{std::string{R"({"recorder":{"mode":"external"},"vad":{},"asr":{"ngram":"none"},)"} +
+              R"("gram":)" + commands::grammarText(kCommands) + "}"};
+    const std::string audio = recordings::load(recordings::kCommand) + quiet(800);
+    host.startListening();
+    host.feed(audio, audio.size());
+    EXPECT_EQ(host.told(kDetected), Texts{});
+    host.stopListening();
+    EXPECT_EQ(host.told(kDetected).size(), 2U);
+    EXPECT_EQ(ratios(host).size(), 1U);
+    ASSERT_FALSE(host.told(kRecognised).empty());
+    EXPECT_NE(host.told(kRecognised).back().find(R"("text":"go forward ten meters","eof":1)"),
+              std::string::npos);
+    EXPECT_EQ(host.told(kReplied), Texts{});
+    EXPECT_EQ(host.told(kError), Texts{});
+    EXPECT_EQ(host.told(kStatus).back(), R"({"status":"silence"})");
+}
+
 } // namespace
