@@ -1,5 +1,8 @@
 #include "apps/command_line.h"
 
+#include "apps/pages.h"
+#include "tools/read_file.h"
+
 #include <sstream>
 
 namespace vantel::app
@@ -36,6 +39,7 @@ CommandLine::CommandLine() : app_{kAbout, "vantel"}
     addRunCommands();
     addGrammarCommands();
     addConfigCommands();
+    addPageCommand();
     addCommand(&app_, "version", "Show the version", [](Output *output) {
         output->write("vantel " VANTEL_VERSION "\n");
         return kExitDone;
@@ -148,6 +152,20 @@ void CommandLine::addConfigCommands()
                    [this](Output *output) { return configExampleCommand(isPlain_, output); });
     addCommand(config, "keys", "List every key and what it is for", configKeysCommand);
     example->add_flag("--plain", isPlain_, "without comments, as vantelNew takes it");
+}
+
+// For the build, and so not among the commands that are shown.
+void CommandLine::addPageCommand()
+{
+    CLI::App *page =
+        addCommand(&app_, "page", "Write the manual page or bash's completion", [this](Output *) {
+            const std::string text = pageKind_ == "man" ? manualPage(app_) : bashCompletion(app_);
+            if (writeFile(pagePath_, text.c_str())) return 0 + kExitDone;
+            return complain(pagePath_ + ": cannot be written");
+        });
+    page->group("");
+    page->add_option("KIND", pageKind_)->required()->check(CLI::IsMember({"man", "bash"}));
+    page->add_option("FILE", pagePath_)->required();
 }
 
 int CommandLine::run(const std::vector<std::string> &arguments, Output *output)

@@ -20,8 +20,6 @@ public:
     // Runs the command that the arguments name; the program's name is the first of them.
     int run(const std::vector<std::string> &arguments, Output *output);
 
-    const CLI::App &table() const { return app_; }
-
 private:
     using Command = std::function<int(Output *)>;
 
@@ -31,6 +29,7 @@ private:
     void addRunCommands();
     void addGrammarCommands();
     void addConfigCommands();
+    void addPageCommand();
     void addDialogOptions(CLI::App *command);
     using GrammarCommand = int (*)(const GrammarOptions &, Output *);
     CLI::App *addGrammarCommand(CLI::App *parent, const std::string &name, const std::string &about,
@@ -42,6 +41,8 @@ private:
     GrammarOptions grammar_;
     std::vector<std::string> configurations_;
     bool isPlain_ = false;
+    std::string pageKind_;
+    std::string pagePath_;
 };
 
 } // namespace vantel::app

@@ -14,6 +14,7 @@ trap 'rm -rf "$TMPDIR"' EXIT
 for signal in INT TERM HUP; do
     # In a run of its own, since a shell has the interrupt ignored by what it starts beside itself.
     coproc run { exec env --default-signal=INT "$tool" run --json "$recording" 2>&1; }
+    # shellcheck disable=SC2154  # the coprocess sets it
     pid=$run_PID
     read -r -t 60 -u "${run[0]}" _ # the dialog has begun
     kill -s "$signal" "$pid"
