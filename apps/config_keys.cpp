@@ -130,6 +130,7 @@ constexpr ConfigKey kKeys[] = {
     // The instance
     {"homePath", path, "", "\"/var/lib/vantel\"", false, "captures and keys are in cache below it"},
     {"deviceId", text, "", "\"default\"", true, "goes into the names of captures"},
+    {"audioLimit", ms, "", "60000", true, "so much audio may wait for the detector", 1},
     {"timerClickMs", ms, "", "3", true, "granularity of all timers", 1},
     {"micType", word, "mono", "\"mono\"", false, "only logged"},
     {"aecMode", word, "external internal", "\"external\"", false, "only logged, with micType"},

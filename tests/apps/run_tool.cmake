@@ -5,6 +5,8 @@ if(input)
 endif()
 execute_process(COMMAND ${tool} ${arguments} ${input} OUTPUT_VARIABLE out ERROR_VARIABLE err
                 RESULT_VARIABLE result)
+string(REPLACE "\r\n" "\n" out "${out}")
+string(REPLACE "\r\n" "\n" err "${err}")
 set(written "${err}${out}")
 message("${written}")
 if(NOT result STREQUAL code)
