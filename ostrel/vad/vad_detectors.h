@@ -26,14 +26,22 @@ struct DetectorOptions {
     int webrtcMode = 3; // 0 to 3, the most demanding
 };
 
-// The detector of that name; for null the best that works here. Null when there is none.
-std::unique_ptr<VadDetector> detectorOpen(const char *name, const DetectorOptions &options);
-
 // Null when there is no runtime or no model.
 std::unique_ptr<VadDetector> sileroDetector();
 
 // Null when it was left out of this build. `mode` is 0 to 3, the most demanding.
 std::unique_ptr<VadDetector> webrtcDetector(int mode);
+
+struct DetectorKind {
+    const char *name; // "engine" of the configuration
+    std::unique_ptr<VadDetector> (*make)(const DetectorOptions &options);
+};
+
+// The best first: that is taken where none is named.
+constexpr DetectorKind kDetectors[] = {
+    {"silero", [](const DetectorOptions &) { return sileroDetector(); }},
+    {"webrtc", [](const DetectorOptions &options) { return webrtcDetector(options.webrtcMode); }},
+};
 
 // Loads what the detectors of the process share: 0, or a LibraryError when a file is there but
 // broken. What is missing is logged and no error.

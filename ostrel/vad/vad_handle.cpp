@@ -252,10 +252,12 @@ std::unique_ptr<VadDetector> makeDetector(const cJSON *configuration)
     const char *engine = jsonString(configuration, "engine");
     DetectorOptions options;
     readNumber(configuration, "webrtcMode", 0, 3, &options.webrtcMode);
-    std::unique_ptr<VadDetector> detector = detectorOpen(engine, options);
-    if (!detector)
-        VAD_LOG(kError, "  no such voice activity detector: %s\n", engine ? engine : "any");
-    return detector;
+    for (const DetectorKind &kind : kDetectors) {
+        if (engine && std::strcmp(engine, kind.name) != 0) continue;
+        if (auto detector = kind.make(options)) return detector;
+    }
+    VAD_LOG(kError, "  no such voice activity detector: %s\n", engine ? engine : "any");
+    return nullptr;
 }
 
 std::unique_ptr<VadRecord> make(const char *text, ostrel_callback callback, void *user)
