@@ -12,7 +12,7 @@ build_packages=(
 )
 run_packages=(pocketsphinx-testdata)
 style_packages=(clang:clang clang-format:clang-format clang-tidy:clang-tidy)
-sanitize_packages=(clang:clang)
+sanitize_packages=(clang:clang libclang-rt-dev)
 bench_packages=(libzmq3-dev cppzmq-dev libspdlog-dev)
 # Recordings for bench/accuracy.sh and bench/mandarin.sh.
 accuracy_packages=(
