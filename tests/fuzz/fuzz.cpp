@@ -59,6 +59,16 @@ extern "C" int LLVMFuzzerInitialize(int *count, char ***arguments)
     bool hasInput = false;
     for (size_t i = 1; i < all.size(); ++i)
         hasInput = hasInput || all[i][0] != '-';
+    // Where findings go is told as seen from the folder of now.
+    constexpr std::string_view kPrefix = "-artifact_prefix=";
+    static std::string prefix;
+    for (char *&argument : all) {
+        if (!std::string_view{argument}.starts_with(kPrefix)) continue;
+        prefix = argument;
+        if (prefix[kPrefix.size()] != '/')
+            prefix.insert(kPrefix.size(), std::filesystem::current_path().string() + "/");
+        argument = prefix.data();
+    }
     if (!hasInput) all.insert(all.end(), {dictionary, corpus, seeds});
     *count = static_cast<int>(all.size());
     all.push_back(nullptr);

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <map>
 #include <mutex>
+#include <new>
 
 namespace scripted
 {
@@ -31,6 +32,8 @@ struct Script {
     std::map<std::string, std::vector<Emission>> queued;
     int32_t liveHandles = 0;
     std::atomic<bool> isPlaying{false};
+    std::atomic<int64_t> counted{0};
+    std::atomic<int64_t> failsAt{0};
 };
 
 Script &script()
@@ -42,7 +45,8 @@ Script &script()
 // Records the call and gives its result.
 int32_t record(const std::string &function, const char *text, const std::string &pcm = "")
 {
-    if (script().isPlaying) return 0;
+    if (++script().counted == script().failsAt) return -1;
+    if (script().isPlaying) return function == "ostrel_library_opt" ? -42 : 0;
     std::lock_guard locked{script().mutex};
     script().calls.push_back({function, text ? text : "(null)", pcm});
     const auto found = script().results.find(function);
@@ -123,6 +127,16 @@ int32_t drop(const char *function, void *handle)
     return result;
 }
 
+// Without memory a function fails as any other would.
+template <typename Result, typename Action> Result tried(Result failed, Action &&action)
+{
+    try {
+        return action();
+    } catch (const std::bad_alloc &) {
+        return failed;
+    }
+}
+
 } // namespace
 
 void reset()
@@ -149,6 +163,17 @@ void emit(const std::string &function, int32_t kind, const std::string &data, in
 {
     std::lock_guard locked{script().mutex};
     script().queued[function].push_back({kind, data, afterBytes});
+}
+
+void failCall(int64_t number)
+{
+    script().counted = 0;
+    script().failsAt = number;
+}
+
+int64_t countedCalls()
+{
+    return script().counted;
 }
 
 std::vector<Call> calls(const std::string &prefix)
@@ -181,87 +206,90 @@ extern "C" {
 
 SCRIPTED_API int32_t ostrel_library_load(const char *configuration)
 {
-    return record("ostrel_library_load", configuration);
+    return tried(-1, [&] { return record("ostrel_library_load", configuration); });
 }
 
 SCRIPTED_API int32_t ostrel_library_opt(int32_t, int32_t, int32_t)
 {
-    return record("ostrel_library_opt", "");
+    return tried(-1, [&] { return record("ostrel_library_opt", ""); });
 }
 
 SCRIPTED_API void ostrel_library_release(void)
 {
-    record("ostrel_library_release", "");
+    tried(-1, [] { return record("ostrel_library_release", ""); });
 }
 
 SCRIPTED_API void *ostrel_vad_new(const char *configuration, ostrel_callback callback, void *user)
 {
-    return make("ostrel_vad_new", configuration, callback, user);
+    return tried<void *>(nullptr,
+                         [&] { return make("ostrel_vad_new", configuration, callback, user); });
 }
 
 SCRIPTED_API int32_t ostrel_vad_start(void *handle, const char *startText)
 {
-    return act("ostrel_vad_start", handle, startText);
+    return tried(-1, [&] { return act("ostrel_vad_start", handle, startText); });
 }
 
 SCRIPTED_API int32_t ostrel_vad_feed(void *handle, const void *pcm, int32_t bytes)
 {
-    return feed("ostrel_vad_feed", handle, pcm, bytes);
+    return tried(-1, [&] { return feed("ostrel_vad_feed", handle, pcm, bytes); });
 }
 
 SCRIPTED_API int32_t ostrel_vad_stop(void *handle)
 {
-    return act("ostrel_vad_stop", handle, "");
+    return tried(-1, [&] { return act("ostrel_vad_stop", handle, ""); });
 }
 
 SCRIPTED_API int32_t ostrel_vad_delete(void *handle)
 {
-    return drop("ostrel_vad_delete", handle);
+    return tried(-1, [&] { return drop("ostrel_vad_delete", handle); });
 }
 
 SCRIPTED_API void *ostrel_gram_new(const char *configuration)
 {
-    return make("ostrel_gram_new", configuration, nullptr, nullptr);
+    return tried<void *>(nullptr,
+                         [&] { return make("ostrel_gram_new", configuration, nullptr, nullptr); });
 }
 
 SCRIPTED_API int32_t ostrel_gram_start(void *, const char *configuration)
 {
-    return record("ostrel_gram_start", configuration);
+    return tried(-1, [&] { return record("ostrel_gram_start", configuration); });
 }
 
 SCRIPTED_API int32_t ostrel_gram_delete(void *handle)
 {
-    return drop("ostrel_gram_delete", handle);
+    return tried(-1, [&] { return drop("ostrel_gram_delete", handle); });
 }
 
 SCRIPTED_API void *ostrel_asr_new(const char *configuration, ostrel_callback callback, void *user)
 {
-    return make("ostrel_asr_new", configuration, callback, user);
+    return tried<void *>(nullptr,
+                         [&] { return make("ostrel_asr_new", configuration, callback, user); });
 }
 
 SCRIPTED_API int32_t ostrel_asr_start(void *handle, const char *startText)
 {
-    return act("ostrel_asr_start", handle, startText);
+    return tried(-1, [&] { return act("ostrel_asr_start", handle, startText); });
 }
 
 SCRIPTED_API int32_t ostrel_asr_feed(void *handle, const void *pcm, int32_t bytes)
 {
-    return feed("ostrel_asr_feed", handle, pcm, bytes);
+    return tried(-1, [&] { return feed("ostrel_asr_feed", handle, pcm, bytes); });
 }
 
 SCRIPTED_API int32_t ostrel_asr_stop(void *handle)
 {
-    return act("ostrel_asr_stop", handle, "");
+    return tried(-1, [&] { return act("ostrel_asr_stop", handle, ""); });
 }
 
 SCRIPTED_API int32_t ostrel_asr_cancel(void *)
 {
-    return record("ostrel_asr_cancel", "");
+    return tried(-1, [&] { return record("ostrel_asr_cancel", ""); });
 }
 
 SCRIPTED_API int32_t ostrel_asr_delete(void *handle)
 {
-    return drop("ostrel_asr_delete", handle);
+    return tried(-1, [&] { return drop("ostrel_asr_delete", handle); });
 }
 
 } // extern "C"

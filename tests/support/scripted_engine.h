@@ -40,6 +40,11 @@ SCRIPTED_API void emit(const std::string &function, int32_t kind, const std::str
 // it is stopped, has recognised "open".
 SCRIPTED_API void playTurns();
 
+// Lets the call of that number from now on, whatever its function, fail; 0: none. And how many calls
+// there were since.
+SCRIPTED_API void failCall(int64_t number);
+SCRIPTED_API int64_t countedCalls();
+
 // The calls so far, in order, of functions that begin with `prefix`; and their names.
 SCRIPTED_API std::vector<Call> calls(const std::string &prefix = "");
 SCRIPTED_API std::vector<std::string> callNames(const std::string &prefix = "");
