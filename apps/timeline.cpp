@@ -47,6 +47,18 @@ std::string timesText(const std::vector<WordTime> &words)
     return text;
 }
 
+// As much of the end as keeps the line on a terminal of 80 columns: one that wraps could not be
+// replaced.
+std::string endOf(const std::string &text)
+{
+    constexpr size_t kMostBytes = 32;
+    if (text.size() <= kMostBytes) return text;
+    size_t begin = text.size() - kMostBytes;
+    while (begin < text.size() && (static_cast<unsigned char>(text[begin]) & 0xC0) == 0x80)
+        ++begin;
+    return "..." + text.substr(begin);
+}
+
 std::string errorText(const cJSON *report)
 {
     return std::to_string(jsonInt(report, "errId", 0)) + " " + textOf(jsonString(report, "errMsg"));
@@ -157,7 +169,7 @@ void Timeline::progress(double seconds, double ofSeconds)
     } else {
         std::snprintf(text, sizeof text, "  %.1f s  ", seconds);
     }
-    output_->write(std::string{"\r\x1b[K"} + text + partial_);
+    output_->write(std::string{"\r\x1b[K"} + text + endOf(partial_));
     isProgressShown_ = true;
 }
 
