@@ -3,7 +3,6 @@
 #
 #   VANTEL_ONNX_RUNTIME  the runtime's file below a resource folder
 #   VANTEL_VOSK_LIBRARY  the streaming recogniser's
-#   build_resources      the folder that a build of this system reads, besides those of an installation
 set(VANTEL_CACHE ${PROJECT_SOURCE_DIR}/build/cache CACHE PATH "Folder of fetched models")
 option(VANTEL_FETCH "Fetch the models that are missing" ON)
 if(WIN32)
@@ -25,18 +24,14 @@ endif()
 execute_process(COMMAND ${CMAKE_COMMAND} -DCACHE=${VANTEL_CACHE}
                         -P ${CMAKE_CURRENT_LIST_DIR}/make_pinyin.cmake)
 configure_file(ostrel/data/mandarin_phones.txt ${VANTEL_CACHE}/share/mandarin/phones.txt COPYONLY)
-set(build_resources ${VANTEL_CACHE}/share)
-if(CMAKE_CROSSCOMPILING)
-    # Libraries that travel name no folder of this machine: in the build, too, the files lie where
-    # an installation has them.
-    set(build_resources "")
-    file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/share/vantel)
-    file(GLOB resources ${VANTEL_CACHE}/share/*)
-    foreach(resource IN LISTS resources)
-        cmake_path(GET resource FILENAME name)
-        file(CREATE_LINK ${resource} ${PROJECT_BINARY_DIR}/share/vantel/${name} SYMBOLIC)
-    endforeach()
-endif()
+# Libraries name no folder of the machine that built them: in the build, too, the files lie where an
+# installation has them.
+file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/share/vantel)
+file(GLOB resources ${VANTEL_CACHE}/share/*)
+foreach(resource IN LISTS resources)
+    cmake_path(GET resource FILENAME name)
+    file(CREATE_LINK ${resource} ${PROJECT_BINARY_DIR}/share/vantel/${name} SYMBOLIC)
+endforeach()
 install(DIRECTORY ${VANTEL_CACHE}/share/ DESTINATION ${CMAKE_INSTALL_DATADIR}/vantel OPTIONAL
         PATTERN "*-x64" EXCLUDE
         # Nothing that came with this model says on which terms it may be passed on.

@@ -58,8 +58,6 @@ std::vector<std::string> resourceFolders()
         folders.push_back(here + "/../../share/vantel"); // lib/<architecture>/
         folders.push_back(here + "/share/vantel");
     }
-    const std::string build = VANTEL_BUILD_RESOURCES;
-    if (!build.empty()) folders.push_back(build);
     return folders;
 }
 

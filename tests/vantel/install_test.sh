@@ -61,4 +61,8 @@ printf '#include <contracts/ostrel.h>\nint main(void) { return ostrel_library_lo
 link vantel-ostrel "$work/engine.c" "$work/engine"
 "$work/engine" || fail "the engine alone does not load"
 
+for library in "$library_folder"/lib{vantel,quillon,ostrel}.so; do
+    ! strings --data "$library" | grep -F "$source" || fail "$library names a folder of its build"
+done
+
 ((failures == 0))
