@@ -12,6 +12,20 @@ Json jsonParse(const char *text)
     return Json{text ? cJSON_Parse(text) : nullptr};
 }
 
+bool jsonAdd(cJSON *object, const char *key, Json item)
+{
+    if (!cJSON_AddItemToObject(object, key, item.get())) return false;
+    static_cast<void>(item.release());
+    return true;
+}
+
+bool jsonAppend(cJSON *array, Json item)
+{
+    if (!cJSON_AddItemToArray(array, item.get())) return false;
+    static_cast<void>(item.release());
+    return true;
+}
+
 HeapText jsonPrint(const cJSON *tree)
 {
     return HeapText{cJSON_PrintUnformatted(tree)};

@@ -21,6 +21,11 @@ using Json = std::unique_ptr<cJSON, JsonDelete>;
 // Empty when the text is null or not JSON.
 Json jsonParse(const char *text);
 
+// Adds the item under the key, or behind the array's last one: false without memory, also when the
+// item is empty for the want of it; it is freed then.
+bool jsonAdd(cJSON *object, const char *key, Json item);
+bool jsonAppend(cJSON *array, Json item);
+
 // Printed without white space; empty when there is no memory.
 HeapText jsonPrint(const cJSON *tree);
 

@@ -50,7 +50,7 @@ void addMeaning(cJSON *object, const Grammar &grammar, const std::vector<std::st
     }
     if (!meaning.sem->child) return;
     cJSON *post = cJSON_AddObjectToObject(object, "post");
-    cJSON_AddItemToObject(post, "sem", meaning.sem.release());
+    jsonAdd(post, "sem", std::move(meaning.sem));
 }
 
 void addGrammar(cJSON *root, const Recogniser &recogniser, const GrammarResult &grammar)

@@ -113,7 +113,7 @@ Json tried(const std::string &text, const RuleTree &tree, const Texts &known)
     switch (matchWords(tree, words, &meaning, &stuck)) {
     case MatchResult::matched:
         cJSON_AddStringToObject(result.get(), "rule", meaning.rule.c_str());
-        cJSON_AddItemToObject(result.get(), "sem", meaning.sem.release());
+        jsonAdd(result.get(), "sem", std::move(meaning.sem));
         break;
     case MatchResult::unmatched:
         cJSON_AddNumberToObject(result.get(), "got", stuck.words);

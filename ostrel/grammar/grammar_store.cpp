@@ -23,28 +23,32 @@ std::map<std::string, std::shared_ptr<const Grammar>> &grammars() REQUIRES(gramm
     return all;
 }
 
+// Empty without memory.
 Json toJson(const Grammar &grammar)
 {
     Json root{cJSON_CreateObject()};
-    cJSON_AddNumberToObject(root.get(), kFormatKey, kFormat);
-    cJSON_AddStringToObject(root.get(), "source", grammar.source.c_str());
+    bool isWhole = cJSON_AddNumberToObject(root.get(), kFormatKey, kFormat) &&
+                   cJSON_AddStringToObject(root.get(), "source", grammar.source.c_str());
     cJSON *words = cJSON_AddArrayToObject(root.get(), "words");
     for (size_t i = 0; i < grammar.tree.words.size(); ++i) {
         const Pronunciations &known = grammar.pronunciations[i];
         Json word{cJSON_CreateObject()};
-        cJSON_AddStringToObject(word.get(), "word", grammar.tree.words[i].text.c_str());
+        isWhole = isWhole &&
+                  cJSON_AddStringToObject(word.get(), "word", grammar.tree.words[i].text.c_str());
         cJSON *phones = cJSON_AddArrayToObject(word.get(), "phones");
         cJSON *readings = cJSON_AddArrayToObject(word.get(), "readings");
         for (const Pronunciation &each : known) {
-            cJSON_AddItemToArray(phones, cJSON_CreateString(each.phones.c_str()));
-            cJSON_AddItemToArray(readings, cJSON_CreateString(each.reading.c_str()));
+            isWhole = isWhole && jsonAppend(phones, Json{cJSON_CreateString(each.phones.c_str())});
+            isWhole =
+                isWhole && jsonAppend(readings, Json{cJSON_CreateString(each.reading.c_str())});
         }
-        cJSON_AddItemToArray(words, word.release());
+        isWhole = isWhole && jsonAppend(words, std::move(word));
     }
     cJSON *respell = cJSON_AddObjectToObject(root.get(), "respell");
+    isWhole = isWhole && respell;
     for (const auto &[word, spelling] : grammar.respellings)
-        cJSON_AddStringToObject(respell, word.c_str(), spelling.c_str());
-    return root;
+        isWhole = isWhole && cJSON_AddStringToObject(respell, word.c_str(), spelling.c_str());
+    return isWhole ? std::move(root) : Json{};
 }
 
 using WordTable = std::unordered_map<std::string, Pronunciations>;
@@ -124,7 +128,7 @@ bool grammarSave(const Grammar &grammar, const std::string &path)
 std::shared_ptr<const Grammar> grammarLoad(const std::string &path)
 {
     std::string text;
-    if (!readFile(path, &text)) {
+    if (!readFile(path, &text, kLongestTextBytes)) {
         STORE_LOG(kError, "  cannot read the compiled grammar %s\n", path.c_str());
         return nullptr;
     }

@@ -120,9 +120,9 @@ Json filled(const cJSON *value, const Filling &filling)
         Json item = filled(child, filling);
         if (!item) continue;
         if (cJSON_IsObject(value)) {
-            cJSON_AddItemToObject(copy.get(), child->string, item.release());
+            jsonAdd(copy.get(), child->string, std::move(item));
         } else {
-            cJSON_AddItemToArray(copy.get(), item.release());
+            jsonAppend(copy.get(), std::move(item));
         }
     }
     return copy;
@@ -180,7 +180,7 @@ void mergeJson(cJSON *into, const cJSON *from)
             cJSON_ReplaceItemInObjectCaseSensitive(into, member->string,
                                                    cJSON_Duplicate(member, 1));
         } else {
-            cJSON_AddItemToObject(into, member->string, cJSON_Duplicate(member, 1));
+            jsonAdd(into, member->string, Json{cJSON_Duplicate(member, 1)});
         }
     }
 }

@@ -104,7 +104,7 @@ void onQxFindDevice(AgentRecord *agent, const char *payload)
     }
     cJSON_AddStringToObject(result.get(), "result", "failed");
     Json input = jsonParse(payload);
-    if (input && cJSON_AddItemToObject(result.get(), "input", input.get())) input.release();
+    if (input) jsonAdd(result.get(), "input", std::move(input));
     publishText(agent->node, "sys.qxFindDevice.result", jsonPrint(result.get()).get());
 }
 

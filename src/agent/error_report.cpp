@@ -188,7 +188,7 @@ HeapText errorReport(ErrorCode code, const char *extra)
     if (extra) {
         Json value = jsonParse(extra);
         if (!value) value.reset(cJSON_CreateString(extra));
-        if (cJSON_AddItemToObject(report.get(), "extra", value.get())) value.release();
+        jsonAdd(report.get(), "extra", std::move(value));
     }
     return jsonPrint(report.get());
 }

@@ -45,7 +45,7 @@ std::optional<std::string> finalText(const DmsRecord *record, const char *words)
 
 void addCopy(cJSON *output, const char *key, const cJSON *value)
 {
-    if (Json copy{cJSON_Duplicate(value, true)}) cJSON_AddItemToObject(output, key, copy.release());
+    jsonAdd(output, key, Json{cJSON_Duplicate(value, true)});
 }
 
 void addDetails(cJSON *output, const cJSON *result)

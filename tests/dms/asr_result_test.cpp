@@ -1,4 +1,5 @@
 // From result texts of the recogniser to what the node publishes, payloads byte for byte.
+#include "src/dms/dms_record.h"
 #include "tests/dms/dms_bench.h"
 
 namespace
@@ -131,6 +132,40 @@ TEST_F(AsrResult, FailingIsRetriedSoOftenInARow)
               (Lines{kRetry, kRetry, kNoTextReport, kRetry}));
     EXPECT_EQ(recognise({partial, failed, failed, "no json"}),
               (Lines{recognition(R"({"var":"abc","eof":0})"), kRetry, kRetry, kConfidenceReport}));
+}
+
+// Counts what cJSON holds, and lets one allocation fail.
+int allocationsLeft = -1;
+int allocationsHeld = 0;
+
+TEST(AsrResultMemory, IsAllGivenBackWhicheverAllocationFails)
+{
+    cJSON_Hooks hooks{[](size_t bytes) -> void * {
+                          if (allocationsLeft-- == 0) return nullptr;
+                          ++allocationsHeld;
+                          return std::malloc(bytes);
+                      },
+                      [](void *memory) {
+                          if (memory) --allocationsHeld;
+                          std::free(memory);
+                      }};
+    const vantel::dms::DmsRecord record;
+    for (int failing = 0; failing < 60; ++failing) {
+        allocationsLeft = -1;
+        cJSON_InitHooks(&hooks);
+        {
+            vantel::Json result = vantel::jsonParse(
+                R"({"rec":"abc","eof":1,"conf":1,"post":{"sem":{"dm":{"a":[1,{"b":"c"}]}}}})");
+            vantel::Json output{cJSON_CreateObject()};
+            vantel::HeapText decision;
+            allocationsLeft = failing;
+            vantel::dms::parseAsrResult(&record, result.get(), output.get(), &decision, "test");
+            allocationsLeft = -1;
+            if (decision) --allocationsHeld; // freed by another hand
+        }
+        cJSON_InitHooks(nullptr);
+        EXPECT_EQ(allocationsHeld, 0) << failing;
+    }
 }
 
 } // namespace
