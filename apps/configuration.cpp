@@ -44,7 +44,7 @@ bool chooseGrammar(const RunOptions &options, cJSON *parameters, std::string *er
     }
     cJSON *grammar = cJSON_GetObjectItem(parameters, "gram");
     std::string ignored;
-    if (!readFile(options.grammarPath, &ignored)) {
+    if (!readFile(options.grammarPath, &ignored, kLongestTextBytes)) {
         *error = options.grammarPath + ": cannot be read";
     } else if (!cJSON_IsObject(grammar)) {
         *error = "the configuration has no \"gram\" object to take the grammar";

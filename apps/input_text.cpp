@@ -20,7 +20,7 @@ std::string inputText()
 
 bool readInput(const std::string &path, std::string *text)
 {
-    if (path != kStandardInput) return readFile(path, text);
+    if (path != kStandardInput) return readFile(path, text, kLongestTextBytes);
     *text = inputText();
     return true;
 }

@@ -73,11 +73,20 @@ uint64_t platformPerformanceFrequency();
 // Whether any kind of directory entry has this path.
 bool platformPathExists(const char *path);
 
-// Makes one directory with the system's default permissions: 0, or -1.
+// Makes one directory: 0, or -1. Where permissions are bits of a mode, nobody but its owner can
+// enter it; elsewhere it inherits those of its parent.
 int32_t platformMakeDirectory(const char *path);
+
+// Whether the path is that of a regular file: no directory, device or pipe, whose reading may never
+// end.
+bool platformIsRegularFile(const char *path);
 
 // fopen with a UTF-8 path.
 std::FILE *platformOpenFile(const char *path, const char *mode);
+
+// The same for writing what others should not read, such as logs and recorded speech: a file that
+// is made has permissions as platformMakeDirectory says. `mode` begins with "w" or "a".
+std::FILE *platformOpenPrivateFile(const char *path, const char *mode);
 
 // Writes to a stream without a buffer, past the C library: one system call. Returns the bytes that
 // were written.

@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -204,12 +205,30 @@ bool platformPathExists(const char *path)
 
 int32_t platformMakeDirectory(const char *path)
 {
-    return mkdir(path, 0777) == 0 ? 0 : -1;
+    return mkdir(path, 0700) == 0 ? 0 : -1;
+}
+
+bool platformIsRegularFile(const char *path)
+{
+    struct stat status {
+    };
+    return stat(path, &status) == 0 && S_ISREG(status.st_mode);
 }
 
 std::FILE *platformOpenFile(const char *path, const char *mode)
 {
     return std::fopen(path, mode);
+}
+
+std::FILE *platformOpenPrivateFile(const char *path, const char *mode)
+{
+    int flags = O_CREAT | O_CLOEXEC | (*mode == 'a' ? O_APPEND : O_TRUNC);
+    flags |= std::strchr(mode, '+') ? O_RDWR : O_WRONLY;
+    int descriptor = open(path, flags, 0600);
+    if (descriptor < 0) return nullptr;
+    std::FILE *file = fdopen(descriptor, mode);
+    if (!file) close(descriptor);
+    return file;
 }
 
 bool platformIsTerminal(std::FILE *stream)

@@ -9,6 +9,7 @@
 #include <memory>
 #include <new>
 #include <process.h>
+#include <sys/stat.h>
 
 namespace vantel
 {
@@ -170,9 +171,21 @@ int32_t platformMakeDirectory(const char *path)
     return _wmkdir(widen(path).c_str()) == 0 ? 0 : -1;
 }
 
+bool platformIsRegularFile(const char *path)
+{
+    struct _stat64 status {
+    };
+    return _wstat64(widen(path).c_str(), &status) == 0 && (status.st_mode & _S_IFREG) != 0;
+}
+
 std::FILE *platformOpenFile(const char *path, const char *mode)
 {
     return _wfopen(widen(path).c_str(), widen(mode).c_str());
+}
+
+std::FILE *platformOpenPrivateFile(const char *path, const char *mode)
+{
+    return platformOpenFile(path, mode);
 }
 
 bool platformIsTerminal(std::FILE *stream)

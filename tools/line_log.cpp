@@ -42,7 +42,7 @@ int32_t daysInMonth(int32_t year, int32_t month)
 // Standard output, or nothing, when there is no path, or it cannot be opened.
 void openStream(LineLog *log, const char *mode)
 {
-    log->stream = log->path.empty() ? nullptr : platformOpenFile(log->path.c_str(), mode);
+    log->stream = log->path.empty() ? nullptr : platformOpenPrivateFile(log->path.c_str(), mode);
     log->position = 0;
     if (!log->stream) {
         if (!log->isFileOnly) log->stream = stdout;

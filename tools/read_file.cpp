@@ -8,16 +8,21 @@
 namespace vantel
 {
 
-bool readFile(const std::string &path, std::string *content)
+bool readFile(const std::string &path, std::string *content, size_t mostBytes)
 {
+    content->clear();
+    if (!platformIsRegularFile(path.c_str())) return false;
     std::unique_ptr<std::FILE, decltype(&std::fclose)> file{platformOpenFile(path.c_str(), "rb"),
                                                             std::fclose};
     if (!file) return false;
-    content->clear();
     char block[65536];
-    while (size_t bytes = std::fread(block, 1, sizeof block, file.get()))
+    while (size_t bytes = std::fread(block, 1, sizeof block, file.get())) {
         content->append(block, bytes);
-    return std::ferror(file.get()) == 0;
+        if (content->size() > mostBytes) break;
+    }
+    bool isWhole = content->size() <= mostBytes && std::ferror(file.get()) == 0;
+    if (!isWhole) content->clear();
+    return isWhole;
 }
 
 bool writeFile(const std::string &path, const char *text)

@@ -36,7 +36,7 @@ int32_t readSource(const cJSON *configuration, std::string *title, std::string *
     const char *text = jsonString(configuration, "text");
     if (file) {
         *title = file;
-        if (readFile(file, source)) return 0;
+        if (readFile(file, source, kLongestTextBytes)) return 0;
         GRAMMAR_LOG(kError, "  cannot read the grammar %s\n", file);
         return kGrammarUnreadable;
     }

@@ -55,7 +55,7 @@ std::string captureName(const CaptureOwner &owner, const std::string &homePath,
 void appendCapture(const CaptureOwner &owner, const std::string &path, const void *bytes,
                    uint32_t count)
 {
-    std::unique_ptr<std::FILE, FileClose> file{platformOpenFile(path.c_str(), "ab+")};
+    std::unique_ptr<std::FILE, FileClose> file{platformOpenPrivateFile(path.c_str(), "ab+")};
     if (!file) {
         CAPTURE_LOG(kError, "  %s open failed, %s path: %s\n", owner.log.tag, owner.word,
                     path.c_str());
