@@ -28,7 +28,9 @@ awk '/^```json$/ { inside = !seen++; next } /^```$/ { inside = 0 } inside' \
     "$source/docs/configuration.md" >"$work/page.json"
 said=$("$prefix/bin/vantel" run --fast --config "$work/page.json" "$recording" 2>&1) ||
     fail "no command with the page's configuration: $said"
-expect_equal "warnings about the page's configuration" "" "$(grep '^vantel:' <<<"$said" || true)"
+# The model of the streaming recogniser is not installed, and the tool says so.
+expect_equal "warnings about the page's configuration" "" \
+    "$(grep '^vantel:' <<<"$said" | grep -v 'no model streaming_en_us$' || true)"
 
 export PKG_CONFIG_PATH
 PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name vantel.pc)")
