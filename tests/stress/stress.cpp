@@ -139,7 +139,8 @@ int main(int count, char **arguments)
     std::thread watch{[&] {
         std::unique_lock lock{mutex};
         uint64_t before = jobs;
-        for (Clock::time_point since = Clock::now(); !isJoined;) {
+        Clock::time_point since = Clock::now();
+        while (!isJoined) {
             joined.wait_for(lock, std::chrono::seconds{1});
             if (jobs != before) since = Clock::now();
             before = jobs;
