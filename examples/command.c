@@ -99,16 +99,18 @@ static int turn(void *handle, FILE *audio)
     int quietChunks = 0;
     vantelStartDialog(handle);
     if (!waitFor(&isRecording, 10)) return 0;
-    while (isSet(&isRecording) && quietChunks < 2 * chunksPerSecond) {
+    int isTaken = 1;
+    while (isSet(&isRecording) && quietChunks < 2 * chunksPerSecond && isTaken) {
         if (fread(chunk, 1, sizeof chunk, audio) < sizeof chunk) {
             /* Speech that runs up to the end of a recording ends with the silence behind it. */
             memset(chunk, 0, sizeof chunk);
             ++quietChunks;
         }
-        vantelFeedData(handle, chunk, sizeof chunk);
+        /* Refused: a minute of the recording waits, which is enough for a turn. */
+        isTaken = vantelFeedData(handle, chunk, sizeof chunk) == 0;
     }
     /* A reply without speech to play ends the dialog. Without speech there is no reply. */
-    if (!waitFor(&isSilent, 10)) {
+    if (!waitFor(&isSilent, 30)) {
         fprintf(stderr, "nobody spoke\n");
         vantelStopDialog(handle);
         waitFor(&isSilent, 10);
