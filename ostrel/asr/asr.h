@@ -39,7 +39,5 @@ struct Recogniser {
 HeapText partialResult(const std::string &text);
 HeapText finalResult(const Recogniser &recogniser, const GrammarResult &grammar,
                      const NgramResult &ngram);
-// The words with a blank between each two.
-std::string joined(const std::vector<std::string> &words);
 
 } // namespace vantel::ostrel

@@ -2,7 +2,7 @@
 #include "src/agent/agent.h"
 
 #include "src/agent/agent_record.h"
-#include "src/node/configuration.h"
+#include "src/node/node_configuration.h"
 #include "src/node/node_loop.h"
 #include "src/node/publish_text.h"
 #include "src/node/routes.h"

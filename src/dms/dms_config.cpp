@@ -1,6 +1,6 @@
 // The configuration text of the DMS node, read into its record.
 #include "src/dms/dms_record.h"
-#include "src/node/configuration.h"
+#include "src/node/node_configuration.h"
 #include "tools/quenda_tool.h"
 
 #include <new>

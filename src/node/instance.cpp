@@ -1,3 +1,4 @@
+// The way from a node to the host callback.
 #include "src/node/instance.h"
 
 namespace vantel

@@ -1,3 +1,4 @@
+// How the thread of a node starts and ends.
 #include "src/node/node_loop.h"
 
 #include "tools/log.h"

@@ -1,6 +1,6 @@
 // The configuration text of the processor, read into its record.
-#include "src/node/configuration.h"
 #include "src/node/durations.h"
+#include "src/node/node_configuration.h"
 #include "src/processor/processorRecord.h"
 #include "tools/json.h"
 #include "tools/quenda_tool.h"

@@ -1,6 +1,6 @@
 // The configuration text of the VAD node, read into its record; the detector is made here.
-#include "src/node/configuration.h"
 #include "src/node/durations.h"
+#include "src/node/node_configuration.h"
 #include "src/vad/vad_record.h"
 #include "tools/json.h"
 #include "tools/quenda_tool.h"

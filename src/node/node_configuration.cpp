@@ -1,4 +1,5 @@
-#include "src/node/configuration.h"
+// The configuration text of a node, copied and parsed for its record.
+#include "src/node/node_configuration.h"
 
 #include "tools/quenda_tool.h"
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# usage: pages_test.sh SOURCE-FOLDER
+# usage: site_pages_test.sh SOURCE-FOLDER
 #
 # The pages name only what is there: links and their headings, files, functions in files; and every
 # event and error has its row, with the number and text that the code has.
