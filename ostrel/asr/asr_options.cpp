@@ -122,6 +122,7 @@ bool readAsrOptions(const char *configuration, AsrOptions *options)
     options->continuous = cJSON_IsTrue(jsonMember(root.get(), "continuous"));
     options->limitMs = jsonInt(root.get(), "limit", options->limitMs);
     options->scale = readScale(root.get());
+    options->verify = cJSON_IsTrue(jsonMember(root.get(), "verify"));
     options->showFit = cJSON_IsTrue(jsonMember(root.get(), "showFit"));
     return readNgram(root.get(), &options->ngram);
 }

@@ -53,6 +53,7 @@ struct AsrOptions {
     bool continuous = false; // one utterance after the other is found in audio without end
     int32_t limitMs = 60000; // of one utterance
     std::optional<ConfidenceScale> scale; // in place of the scales above
+    bool verify = false;  // Chinese commands, by a model of the language, where the scale is unsure
     bool showFit = false; // the final result tells A and W, for who finds the scale of a new model
 };
 

@@ -56,4 +56,19 @@ double confidenceOf(const ConfidenceScale &scale, const Fit &fit, bool agrees)
     return 1 / (1 + std::exp(-x));
 }
 
+bool isUnsure(double confidence)
+{
+    constexpr double kLow = 0.05;
+    constexpr double kHigh = 0.95;
+    return confidence > kLow && confidence < kHigh;
+}
+
+double verifiedConfidence(double score)
+{
+    // Between the commands and the other speech of bench/mandarin.sh.
+    constexpr double kMiddle = -2.2;
+    constexpr double kSlope = 4;
+    return 1 / (1 + std::exp(-kSlope * (score - kMiddle)));
+}
+
 } // namespace vantel::ostrel

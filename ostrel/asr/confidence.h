@@ -18,4 +18,10 @@ Fit measureFit(std::span<const Segment> words, std::span<const Segment> phones);
 // `agrees`: free speech has heard the same words.
 double confidenceOf(const ConfidenceScale &scale, const Fit &fit, bool agrees);
 
+// Whether a confidence is neither low nor high enough to do without the verifier.
+bool isUnsure(double confidence);
+
+// For a score of the verifier.
+double verifiedConfidence(double score);
+
 } // namespace vantel::ostrel

@@ -5,6 +5,7 @@
 #include "ostrel/asr/grammar_search.h"
 #include "ostrel/asr/noise.h"
 #include "ostrel/model_files.h"
+#include "ostrel/runtime/verifier.h"
 
 #include <algorithm>
 
@@ -26,8 +27,9 @@ struct FsgSearch final : GrammarSearch {
     bool borrowsModel = false; // Chinese words over the English model, which need care of their own
     bool partials = true;
     std::optional<ConfidenceScale> scale;
-    int64_t phones = 0;     // of the last result's words
-    int64_t wordFrames = 0; // that these take
+    std::shared_ptr<const Verifier> verifier; // null: none
+    int64_t phones = 0;                       // of the last result's words
+    int64_t wordFrames = 0;                   // that these take
 };
 
 // The letters of the words: one may write as two words what another writes as one.
@@ -129,6 +131,11 @@ bool FsgSearch::finish(std::span<const int16_t> audio, GrammarResult *result)
     const Fit fit = measureFit(words, loop);
     result->fitAll = fit.all;
     result->fitWords = fit.words;
+    const double confidence = confidenceOf(scaleFor(*this, {}), fit, false);
+    double score = 0;
+    if (verifier && !(borrowsModel && isHurried(*this)) && isUnsure(confidence) &&
+        verify(*verifier, audio.data(), audio.size(), lettersOf(*result), &score))
+        result->verified = score;
     return true;
 }
 
@@ -140,7 +147,9 @@ void FsgSearch::rate(const NgramResult &ngram, GrammarResult *result)
     std::erase(heard, ' ');
     const bool agrees = ngram.isThere && heard == lettersOf(*result);
     result->confidence =
-        confidenceOf(scaleFor(*this, ngram), {result->fitAll, result->fitWords}, agrees);
+        result->verified
+            ? verifiedConfidence(*result->verified)
+            : confidenceOf(scaleFor(*this, ngram), {result->fitAll, result->fitWords}, agrees);
 }
 
 void FsgSearch::cancel()
@@ -170,6 +179,7 @@ std::unique_ptr<GrammarSearch> fsgSearchOpen(const AsrOptions &options,
     search->grammar = std::move(grammar);
     search->partials = options.partials;
     search->scale = options.scale;
+    if (options.verify && isChinese(*search->grammar)) search->verifier = verifierOpen();
     search->usesNgram = true;
     return search;
 }

@@ -24,6 +24,7 @@ struct GrammarResult {
     double confidence = 0;
     double fitAll = 0; // A and W of the confidence scale, where the search has one
     double fitWords = 0;
+    std::optional<double> verified; // score of the verifier, where it was asked
 };
 
 // What free speech made of the same utterance, when it was asked.

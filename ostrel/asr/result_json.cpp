@@ -66,6 +66,7 @@ void addGrammar(cJSON *root, const Recogniser &recogniser, const GrammarResult &
         cJSON *fit = cJSON_AddObjectToObject(object, "fit");
         cJSON_AddNumberToObject(fit, "all", grammar.fitAll);
         cJSON_AddNumberToObject(fit, "words", grammar.fitWords);
+        if (grammar.verified) cJSON_AddNumberToObject(fit, "verified", *grammar.verified);
     }
     if (words.empty()) return;
     addWords(object, grammar.words);

@@ -43,8 +43,9 @@ OnnxValue onnxTensor(std::span<float> data, std::span<const int64_t> shape);
 OnnxValue onnxTensor(std::span<int64_t> data, std::span<const int64_t> shape);
 OnnxValue onnxTensor(std::span<bool> data, std::span<const int64_t> shape);
 
-// Runs the model. Outputs that are empty are made by the run, others are filled. False, with a line
-// in the log, when the run fails.
+// Runs the model for its first outputs, as many as are given; what nobody asks for is not kept.
+// Outputs that are empty are made by the run, others are filled. False, with a line in the log,
+// when the run fails.
 bool onnxRun(const OnnxSession &session, std::span<const OrtValue *const> inputs,
              std::span<OnnxValue> outputs);
 
