@@ -42,11 +42,10 @@ Item *Inbox::take(uint32_t *count)
 void Inbox::nudge()
 {
     Item *expected = asleep();
-    if (head_.load(std::memory_order_seq_cst) == expected &&
-        head_.compare_exchange_strong(expected, nullptr, std::memory_order_seq_cst))
-        platformSignalSet(signal_);
-    else if (isNapping_)
-        platformSignalSet(signal_);
+    const bool wasAsleep =
+        head_.load(std::memory_order_seq_cst) == expected &&
+        head_.compare_exchange_strong(expected, nullptr, std::memory_order_seq_cst);
+    if (wasAsleep || isNapping_) platformSignalSet(signal_);
 }
 
 Item *Inbox::close()
