@@ -145,14 +145,17 @@ void agentRun(void *argument)
 
 AgentRecord *agentNew(void *bus, const char *configuration, Instance *instance)
 {
-    std::unique_ptr<AgentRecord> agent{new (std::nothrow) AgentRecord};
-    if (!agent) return nullptr;
-    agent->bus = bus;
-    agent->instance = instance;
-    Json parsed = takeConfiguration(instance, configuration, &agent->configuration);
-    agent->devices = readDevices(parsed.get());
-    agent->audioLimitBytes = audioLimitBytes(parsed.get());
-    return agent.release();
+    try {
+        auto agent = std::make_unique<AgentRecord>();
+        agent->bus = bus;
+        agent->instance = instance;
+        Json parsed = takeConfiguration(instance, configuration, &agent->configuration);
+        agent->devices = readDevices(parsed.get());
+        agent->audioLimitBytes = audioLimitBytes(parsed.get());
+        return agent.release();
+    } catch (const std::bad_alloc &) {
+        return nullptr;
+    }
 }
 
 int32_t agentStart(AgentRecord *agent)

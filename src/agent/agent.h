@@ -12,7 +12,7 @@ namespace vantel
 // copied.
 AgentRecord *agentNew(void *bus, const char *configuration, Instance *instance);
 
-// Starts the node's loop on "sbcp_agent": 0 once it runs, -1 without a thread.
+// Starts the node's loop on "sbcp_agent": 0 once it runs, else another Start of node_loop.h.
 int32_t agentStart(AgentRecord *record);
 
 // Publishes "sys.localAgent.exit", ends the loop and takes the node off the bus. Null does nothing.

@@ -22,12 +22,15 @@ void processorRun(void *argument)
 
 ProcessorRecord *processorNew(void *bus, const char *configuration, Instance *instance)
 {
-    std::unique_ptr<ProcessorRecord> record{new (std::nothrow) ProcessorRecord};
-    if (!record) return nullptr;
-    record->bus = bus;
-    record->instance = instance;
-    readConfiguration(record.get(), configuration);
-    return record.release();
+    try {
+        auto record = std::make_unique<ProcessorRecord>();
+        record->bus = bus;
+        record->instance = instance;
+        readConfiguration(record.get(), configuration);
+        return record.release();
+    } catch (const std::bad_alloc &) {
+        return nullptr;
+    }
 }
 
 int32_t processorStart(ProcessorRecord *record)

@@ -106,6 +106,16 @@ void _consoleVadStart(ProcessorRecord *record)
     callPath(record, "/localVad/start");
 }
 
+// A part that could not be started hears nothing and finds nothing; each turn that needs it ends
+// with the error.
+void tellMissingParts(ProcessorRecord *record)
+{
+    if (!record->instance) return;
+    const uint32_t missing = record->instance->missingParts;
+    if (missing & kVadPart) publishError(record->node, VANTEL_ERROR_VAD_CORE);
+    if (missing & kDmsPart) publishError(record->node, VANTEL_ERROR_ASR_CORE);
+}
+
 } // namespace
 
 void _consoleVadStop(ProcessorRecord *record)
@@ -136,16 +146,6 @@ void _consoleStopSpeaking(ProcessorRecord *)
 void _consoleWakeupStart(ProcessorRecord *)
 {
     PROCESSOR_LOG(kInfo, "  %s disable wakeup\n", kProcessorTag);
-}
-
-// A part that could not be started hears nothing and finds nothing; each turn that needs it ends
-// with the error.
-void tellMissingParts(ProcessorRecord *record)
-{
-    if (!record->instance) return;
-    const uint32_t missing = record->instance->missingParts;
-    if (missing & kVadPart) publishError(record->node, VANTEL_ERROR_VAD_CORE);
-    if (missing & kDmsPart) publishError(record->node, VANTEL_ERROR_ASR_CORE);
 }
 
 void _consoleStartListening(ProcessorRecord *record, const char *payload)

@@ -135,12 +135,7 @@ template <typename Record, typename Make>
 bool fill(Record *&slot, const char *name, Make make, int32_t (*start)(Record *),
           int32_t (*destroy)(Record *))
 {
-    Record *record = nullptr;
-    try {
-        record = make();
-    } catch (const std::bad_alloc &) {
-        // As when the constructor gives null.
-    }
+    Record *record = make();
     int32_t result = record ? start(record) : kNoThread;
     if (result == kStarted) {
         slot = record;
