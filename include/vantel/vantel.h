@@ -20,10 +20,10 @@
  * 5. vantelInit, vantelNew, vantelDelete and vantelRelease must not overlap each other. Operations
  *    may come from any thread, from several at once, and from inside the callback, between the
  *    return of vantelNew and the call of vantelDelete; vantelDelete says what holds of those that
- *    meet it. They return without waiting for the request
- *    to be handled. Requests of one thread are handled in their order, but audio takes a shorter
- *    way than the start of a turn and may overtake it: feed a turn after VANTEL_EVENT_RECORDER with
- *    "operation" "start", or all the time. What comes before that event is not listened to.
+ *    meet it. They return without waiting for the request to be handled. Requests of one thread
+ *    are handled in their order, but audio takes a shorter way than the start of a turn and may
+ *    overtake it: feed a turn after VANTEL_EVENT_RECORDER with "operation" "start", or all the
+ *    time. What comes before that event is not listened to.
  * 6. A null handle is refused with -1 by every operation.
  */
 #ifndef VANTEL_VANTEL_H
@@ -63,8 +63,8 @@ enum {
     /** + The wake word was heard. An answer takes the place of the result; {"ignore":"true"} drops
      * it. */
     VANTEL_EVENT_WAKEUP = 1002,
-    /** JSON: {"status":1,"offset":bytes} when speech began, status 2 when it ended. PCM: the speech
-     * itself. From the voice activity thread. */
+    /** JSON: {"status":1,"offset":bytes,"fed":bytes} when speech began, status 2 when it ended.
+     * PCM: the speech itself. From the voice activity thread. */
     VANTEL_EVENT_VAD = 1003,
     /** A recognition result; "eof" 1 marks the final one. */
     VANTEL_EVENT_ASR = 1004,
@@ -242,9 +242,10 @@ VANTEL_API int32_t vantelStopDialogParams(void *handle, const char *params);
  *               chunk only.
  * @return 0, also when the instance records by itself (logged, nothing fed); -1: no instance,
  *         negative length, or null data with a length; and when more audio than "audioLimit" waits
- *         for the detector because a callback holds it up. Nothing of the data is taken then: feed
- *         it again later, or let it go. What was accepted is never lost, other operations are not
- *         refused, and the log tells when that begins and ends and how much was refused. */
+ *         for the detector because a callback holds it up, or memory runs out. Nothing of the data
+ *         is taken then: feed it again later, or let it go. What was accepted is never lost, other
+ *         operations are not refused, and the log tells when that begins and ends and how much was
+ *         refused. */
 VANTEL_API int32_t vantelFeedData(void *handle, const void *data, int32_t length);
 
 /** Takes typed text in place of speech: {"text":text, not empty}. -1: invalid. The reply comes from
