@@ -24,7 +24,7 @@ constexpr SearchKind kSearches[] = {
 } // namespace
 
 std::unique_ptr<GrammarSearch> grammarSearchOpen(const AsrOptions &options,
-                                                 std::shared_ptr<const Grammar> grammar)
+                                                 const std::shared_ptr<const Grammar> &grammar)
 {
     const bool isChosen = options.engine != kAnyEngine;
     bool isKnown = false;

@@ -63,7 +63,7 @@ struct GrammarSearch {
 // The search that "engine" of the options names, or the first that suits the grammar; which it is
 // and why goes to the log. Null, with a line in the log, when there is none.
 std::unique_ptr<GrammarSearch> grammarSearchOpen(const AsrOptions &options,
-                                                 std::shared_ptr<const Grammar> grammar);
+                                                 const std::shared_ptr<const Grammar> &grammar);
 
 // The recognisers, by their names in "engine". Null with the reason when one does not suit.
 std::unique_ptr<GrammarSearch> streamSearchOpen(const AsrOptions &options,

@@ -25,7 +25,7 @@ constexpr SegmentSettings kDefaults = {.onThreshold = 0.5,
                                        .beginMarginMs = 40,
                                        .maxSpeechMs = 60000};
 
-class WebrtcDetector : public VadDetector
+class WebrtcDetector final : public VadDetector
 {
 public:
     explicit WebrtcDetector(int mode) : mode_(mode)

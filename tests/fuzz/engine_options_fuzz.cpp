@@ -8,7 +8,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     const std::vector<std::string> lines = fuzz::linesOf(data, size);
     AsrOptions options;
-    if (lines.size() > 0) (void)readAsrOptions(lines[0].c_str(), &options);
+    if (!lines.empty()) (void)readAsrOptions(lines[0].c_str(), &options);
     if (lines.size() > 1) (void)readStartOptions(lines[1].c_str());
     return 0;
 }

@@ -267,11 +267,12 @@ int main(int count, char **arguments)
     const int64_t all = kind == kEngine ? scripted::countedCalls() : steps.load();
     const int64_t first = count > 2 ? std::atoll(arguments[2]) : 1;
     const int64_t last = count > 3 ? std::atoll(arguments[3]) : all;
+    const int64_t tried = last - first + 1;
     int64_t wrong = 0;
     for (int64_t step = first; step <= last; ++step)
         wrong += stepHolds(kind, step) ? 0 : 1;
     std::printf("%s: %lld steps, %lld went wrong; %d of 2 runs without a failure replied\n",
-                kNames[kind], static_cast<long long>(last - first + 1),
-                static_cast<long long>(wrong), outcome.replies.load());
+                kNames[kind], static_cast<long long>(tried), static_cast<long long>(wrong),
+                outcome.replies.load());
     return wrong == 0 && all > 0 && outcome.replies == 2 ? 0 : 1;
 }
