@@ -56,7 +56,8 @@ void *counted(void *block)
 
 } // namespace
 
-// These stand in front of the system's for all libraries of the process.
+// These stand in front of the system's for all libraries of the process, which must see them.
+#pragma GCC visibility push(default)
 extern "C" {
 
 void *__libc_malloc(size_t);
@@ -109,6 +110,17 @@ FILE *fopen(const char *path, const char *mode)
     return failsNow(kFiles) ? nullptr : next(path, mode);
 }
 
+int open(const char *path, int flags, ...)
+{
+    static const auto next = real<int (*)(const char *, int, mode_t)>("open");
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = flags & O_CREAT ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    errno = EMFILE;
+    return failsNow(kFiles) ? -1 : next(path, flags, mode);
+}
+
 int mkdir(const char *path, mode_t mode)
 {
     static const auto next = real<decltype(&mkdir)>("mkdir");
@@ -131,6 +143,7 @@ int fflush(FILE *stream)
 }
 
 } // extern "C"
+#pragma GCC visibility pop
 
 namespace
 {
