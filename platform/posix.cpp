@@ -7,6 +7,7 @@
 #include <ctime>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <iostream>
 #include <memory>
 #include <new>
 #include <pthread.h>
@@ -268,9 +269,38 @@ int64_t platformFileEnd(std::FILE *stream)
     return lseek(fileno(stream), 0, SEEK_END);
 }
 
+namespace
+{
+
+// A library that brings parts of its own, such as fast linear algebra, is to use these and not
+// those of the same names that are loaded already. The sanitizers do not allow that.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr int kItsOwnFirst = 0;
+#elif defined(__has_feature)
+constexpr int kItsOwnFirst =
+    __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) ? 0 : RTLD_DEEPBIND;
+#else
+constexpr int kItsOwnFirst = RTLD_DEEPBIND;
+#endif
+
+// With its own first, the library also takes the standard library's error stream where the program
+// has a copy of it that everybody else uses: that one was never set up.
+void setUpErrorStream(void *library)
+{
+    void *stream = dlsym(library, "_ZSt4cerr");
+    if (!stream || stream == &std::cerr) return;
+    void *table = nullptr; // the first thing in a stream that was set up
+    std::memcpy(&table, stream, sizeof table);
+    if (!table) new (stream) std::ostream{std::cerr.rdbuf()};
+}
+
+} // namespace
+
 void *platformLibraryOpen(const char *path)
 {
-    return dlopen(path, RTLD_NOW | RTLD_LOCAL);
+    void *library = dlopen(path, RTLD_NOW | RTLD_LOCAL | kItsOwnFirst);
+    if (library && kItsOwnFirst != 0) setUpErrorStream(library);
+    return library;
 }
 
 void *platformLibrarySymbol(void *library, const char *name)

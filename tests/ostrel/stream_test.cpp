@@ -63,6 +63,24 @@ TEST_F(StreamTest, MissingOrForeignModelLeavesTheOtherRecogniser)
     }
 }
 
+// The recogniser's library tells what is wrong on standard error, if at all, and lives on.
+TEST_F(StreamTest, BrokenModelIsRefused)
+{
+    ASSERT_EQ(compile(grammarText(kVehicle)), 0);
+    std::filesystem::copy(STREAMING_MODEL, folder / "model",
+                          std::filesystem::copy_options::recursive);
+    const std::string configuration =
+        R"({"engine":"streaming","ngram":"none","streamingModel":")" + (folder / "model") + "\"}";
+    EXPECT_NE(Recogniser{configuration}.handle, nullptr);
+    for (const char *file : {"model/graph/Gr.fst", "model/am/final.mdl"}) {
+        folder.write(file, "not a part of a model");
+        ostrel_library_release();
+        EXPECT_EQ(ostrel_library_load("{}"), 0);
+        ASSERT_EQ(compile(grammarText(kVehicle)), 0);
+        EXPECT_EQ(Recogniser{configuration}.handle, nullptr) << file;
+    }
+}
+
 TEST_F(StreamTest, UtteranceEndsItselfOnceAndTheNextBeginsClean)
 {
     ASSERT_EQ(compile(grammarText(kVehicle)), 0);
