@@ -34,8 +34,8 @@ struct Moment {
 
 struct HostEvent {
     Moment moment;
-    int32_t event;
-    int32_t type;
+    int32_t event = 0;
+    int32_t type = 0;
     std::string data;
     std::vector<WordTime> words;
 };

@@ -106,7 +106,7 @@ public:
         HeapText parameters = jsonPrint(configuration.parameters.get());
         Session session{initialisation.get(), parameters.get(),
                         [this](int32_t event, int32_t type, const std::string &data) {
-                            show({{}, event, type, data, {}});
+                            show(event, type, data);
                         }};
         *error = session.error();
         showComplaints(&engineLog_, true);
@@ -134,8 +134,12 @@ private:
         return {std::chrono::duration_cast<milliseconds>(elapsed).count(), file, positionMs_};
     }
 
-    void show(HostEvent event)
+    void show(int32_t number, int32_t type, const std::string &data)
     {
+        HostEvent event;
+        event.event = number;
+        event.type = type;
+        event.data = data;
         std::lock_guard locked{mutex_};
         event.moment = now(file_);
         std::optional<HeardResult> heard;
