@@ -5,6 +5,7 @@
 #include "platform/platform.h"
 
 #include <cmath>
+#include <cstring>
 #include <mutex>
 
 #define VOSK_LOG(level, ...) ENGINE_LOG("ostrel/runtime/vosk", level, __VA_ARGS__)
@@ -188,6 +189,10 @@ std::shared_ptr<const VoskModel> voskModelOpen(const std::string &wanted, std::s
 
 bool voskModelKnows(const VoskModel &model, const std::string &word)
 {
+    // Among its words are marks of its own, as "<eps>" and "#0". It would end the process over the
+    // first of them in a phrase.
+    constexpr const char *kMarks = "<[#!";
+    if (word.empty() || std::strchr(kMarks, word[0])) return false;
     return functions.modelFindWord(model.handle, word.c_str()) >= 0;
 }
 

@@ -50,6 +50,13 @@ TEST_F(StreamTest, GrammarWhoseWordsItLacksGoesToTheOtherRecogniser)
               0);
     Recogniser respelled{R"({"engine":"streaming","ngram":"none","grammarFile":")" + file + "\"}"};
     EXPECT_EQ(rec(respelled.recognise(audio)), "gofor ward ten meters");
+    // The model's own marks are no words, though it has them among these.
+    for (const std::string mark : {"<eps>", "[unk]", "#0"}) {
+        ASSERT_EQ(compile(grammarText(oneSentence("gofor ward ten meters"),
+                                      R"(,"respell":{"gofor":"go )" + mark + "\"}")),
+                  0);
+        EXPECT_EQ((Recogniser{R"({"engine":"streaming","ngram":"none"})"}.handle), nullptr) << mark;
+    }
 }
 
 TEST_F(StreamTest, MissingOrForeignModelLeavesTheOtherRecogniser)
