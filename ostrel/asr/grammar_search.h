@@ -13,8 +13,8 @@ namespace vantel::ostrel
 // A word and where in the utterance it was spoken.
 struct SpokenWord {
     std::string text; // of the grammar
-    int32_t beginMs = 0;
-    int32_t endMs = 0;
+    int64_t beginMs = 0;
+    int64_t endMs = 0;
 };
 
 // What a whole utterance came to.

@@ -33,8 +33,8 @@ void addWords(cJSON *object, const std::vector<SpokenWord> &spoken)
     for (const SpokenWord &each : spoken) {
         Json word{cJSON_CreateObject()};
         cJSON_AddStringToObject(word.get(), "text", each.text.c_str());
-        cJSON_AddNumberToObject(word.get(), "begin", each.beginMs);
-        cJSON_AddNumberToObject(word.get(), "end", each.endMs);
+        cJSON_AddNumberToObject(word.get(), "begin", static_cast<double>(each.beginMs));
+        cJSON_AddNumberToObject(word.get(), "end", static_cast<double>(each.endMs));
         cJSON_AddItemToArray(words, word.release());
     }
 }

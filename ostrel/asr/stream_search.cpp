@@ -38,7 +38,7 @@ struct StreamSearch final : GrammarSearch {
     size_t unchanged = 0;  // blocks for which the newest guess has been the same
     bool hearsEnd = false; // the decoder itself
     // In audio without end.
-    int32_t passedMs = 0; // of the audio before this utterance
+    int64_t passedMs = 0; // of the audio before this utterance
 };
 
 // A guess that stays for so many blocks is not going to change for what was said so far: the
@@ -103,7 +103,7 @@ double surenessOf(std::span<const HeardWord> words)
     double sum = 0;
     double duration = 0;
     for (const HeardWord &word : words) {
-        const double length = std::max(1, word.endMs - word.beginMs);
+        const auto length = static_cast<double>(std::max<int64_t>(1, word.endMs - word.beginMs));
         sum += word.confidence * length;
         duration += length;
     }
@@ -230,8 +230,8 @@ bool StreamSearch::finish(std::span<const int16_t> audio, GrammarResult *result)
 {
     if (taken < audio.size()) feed(audio.subspan(taken));
     std::vector<HeardWord> all = voskDecoderFinish(decoder.get());
-    const int32_t beganMs = passedMs;
-    passedMs += static_cast<int32_t>(taken / (kVoskBlock / 100));
+    const int64_t beganMs = passedMs;
+    passedMs += static_cast<int64_t>(taken / (kVoskBlock / 100));
     forget();
     if (continuous) all = bestStretch(spoken, all);
     for (HeardWord &word : all) {

@@ -52,8 +52,8 @@ std::string voskDecoderPartial(VoskDecoder *decoder);
 
 struct HeardWord {
     std::string text;
-    int32_t beginMs; // from the beginning of the utterance
-    int32_t endMs;
+    int64_t beginMs; // from the beginning of the utterance
+    int64_t endMs;
     double confidence; // 0 to 1
 };
 
