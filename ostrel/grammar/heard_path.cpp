@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 #include <queue>
+#include <string_view>
 
 namespace vantel::ostrel
 {
@@ -32,14 +33,18 @@ template <typename Visit> void visitNodes(const RuleTree &tree, int32_t node, co
         visitNodes(tree, child, visit);
 }
 
-void nameRule(MeaningSearch *search, int32_t rule)
+// Names the rules and what they are made of. Rules may refer to each other in long rows.
+void nameRules(MeaningSearch *search, std::vector<int32_t> open)
 {
-    if (search->named[static_cast<size_t>(rule)]) return;
-    search->named[static_cast<size_t>(rule)] = true;
-    visitNodes(*search->tree, search->tree->rules[static_cast<size_t>(rule)].body,
-               [&](const Node &node) {
-                   if (node.kind == NodeKind::rule) nameRule(search, node.index);
-               });
+    while (!open.empty()) {
+        const auto rule = static_cast<size_t>(open.back());
+        open.pop_back();
+        if (search->named[rule]) continue;
+        search->named[rule] = true;
+        visitNodes(*search->tree, search->tree->rules[rule].body, [&](const Node &node) {
+            if (node.kind == NodeKind::rule) open.push_back(node.index);
+        });
+    }
 }
 
 // By word: whether it carries meaning, as only words do that stand nowhere but in rules with a tag
@@ -49,10 +54,14 @@ std::vector<bool> meaningWords(const RuleTree &tree)
     MeaningSearch search{&tree, std::vector<bool>(tree.rules.size()),
                          std::vector<bool>(tree.rules.size()), std::vector<bool>(tree.words.size()),
                          std::vector<bool>(tree.words.size())};
+    std::unordered_map<std::string_view, int32_t> rules;
+    for (size_t i = 0; i < tree.rules.size(); ++i)
+        rules.emplace(tree.rules[i].name, static_cast<int32_t>(i));
+    std::vector<int32_t> named;
     for (const GrammarTag &tag : tree.tags)
         for (const std::string &name : tagReferences(tag))
-            for (size_t i = 0; i < tree.rules.size(); ++i)
-                if (tree.rules[i].name == name) nameRule(&search, static_cast<int32_t>(i));
+            if (auto rule = rules.find(name); rule != rules.end()) named.push_back(rule->second);
+    nameRules(&search, std::move(named));
     for (size_t i = 0; i < tree.rules.size(); ++i) {
         if (tree.rules[i].body < 0) continue;
         visitNodes(tree, tree.rules[i].body, [&](const Node &node) {

@@ -189,4 +189,14 @@ TEST(Respelling, UnknownWordsAreMadeOfKnownOnes)
         EXPECT_EQ(respelled(lost), "") << lost;
 }
 
+TEST(HeardPath, LongRowsOfRulesInATagAreFollowed)
+{
+    constexpr int kRules = 100'000;
+    std::string jsgf = "#JSGF V1.0;\ngrammar t;\npublic <a> = go home;\n<x> = go <r0> {$r0};\n";
+    for (int i = 0; i < kRules; ++i)
+        jsgf += "<r" + std::to_string(i) + "> = <r" + std::to_string(i + 1) + ">;\n";
+    EXPECT_EQ(Spoken{jsgf + "<r" + std::to_string(kRules) + "> = go;\n"}.exact("go home"),
+              "go home");
+}
+
 } // namespace
