@@ -33,8 +33,7 @@ char *appendAligned(char *out, int32_t value)
 char *appendText(char *out, const char *end, const char *text)
 {
     size_t count = std::min(std::strlen(text), static_cast<size_t>(end - out));
-    std::memcpy(out, text, count);
-    return out + count;
+    return std::copy_n(text, count, out);
 }
 
 char *appendFormat(char *out, const char *end, const char *format, va_list arguments)

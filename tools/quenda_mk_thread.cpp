@@ -61,7 +61,7 @@ int32_t quenda_mk_thread_create(ThreadRecord *record, ThreadEntry entry, void *a
     if (!context) return -1;
     record->handle = platformThreadCreate(record->stackSize, trampoline, context.get());
     // The new thread frees the context.
-    if (record->handle) context.release();
+    if (record->handle) static_cast<void>(context.release());
     THREAD_LOG(kInfo, "  %s 创建线程， handle: %d, name: %s\n", kTag, shown(record->handle),
                orNull(record->name));
     return record->handle ? 0 : -1;

@@ -84,7 +84,7 @@ HeapText quendaReplace(const char *text, const char *old, const char *replacemen
         out += newBytes;
         text = at + oldBytes;
     }
-    std::strcpy(out, text);
+    std::memcpy(out, text, std::strlen(text) + 1);
     return result;
 }
 

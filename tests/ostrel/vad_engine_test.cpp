@@ -111,7 +111,8 @@ private:
 struct AnyDetector : LoadedEngine, testing::WithParamInterface<std::string> {
     void SetUp() override
     {
-        if (!(GetParam() == "webrtc" ? HAS_WEBRTC : HAS_SILERO))
+        const bool isWebrtc = GetParam() == "webrtc";
+        if ((isWebrtc && !HAS_WEBRTC) || (!isWebrtc && !HAS_SILERO))
             GTEST_SKIP() << "this build could not get " << GetParam();
         ASSERT_NE(detector.handle(), nullptr);
     }

@@ -24,7 +24,7 @@ TEST(Platform, NamesOfFilesAndFoldersAreUtf8AndContentsAreBytes)
     ASSERT_EQ(platformMakeDirectory(below.c_str()), 0);
     EXPECT_EQ(platformMakeDirectory(below.c_str()), -1);
 
-    const std::string bytes{"a\nb\r\n\x1a\0\xff", 9};
+    const std::string bytes{"a\nb\r\n\x1a\0\xff", 8};
     std::FILE *file = platformOpenFile(path.c_str(), "wb");
     ASSERT_NE(file, nullptr);
     std::fwrite(bytes.data(), 1, bytes.size(), file);

@@ -46,6 +46,7 @@ TEST(HostThreads, EightAtOnceLoseNothingAndKeepTheOrderOfEach)
 
     std::latch go{kThreads};
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int thread = 0; thread < kThreads; ++thread) {
         threads.emplace_back([&, thread] {
             go.arrive_and_wait();
