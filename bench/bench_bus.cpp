@@ -18,7 +18,7 @@ struct Figures {
 
 enum class Target { atMost, atLeast };
 
-void printRow(const char *name, Figures figures, Target target, double bound)
+void printRow(const char *name, const Figures &figures, Target target, double bound)
 {
     double bus = median(figures.bus);
     double sockets = median(figures.sockets);

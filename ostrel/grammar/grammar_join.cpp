@@ -155,7 +155,7 @@ int32_t numberOf(Joining *joining, Subset subset)
 // The arcs of one new state, sorted by word.
 void joinArcs(Joining *joining, int32_t state)
 {
-    close(joining, std::move(joining->subsets[static_cast<size_t>(state)]));
+    close(joining, joining->subsets[static_cast<size_t>(state)]);
     std::map<int32_t, std::vector<Member>> targets; // by word
     for (int32_t old : joining->reached) {
         const double weight = weightOf(joining, old);

@@ -83,7 +83,7 @@ struct Point {
     int32_t heard; // tokens that are behind it
     int32_t state;
     bool changed; // a word that carries meaning was changed on the way
-    auto operator<=>(const Point &) const = default;
+    auto operator<=>(const Point &) const = default; // NOLINT(modernize-use-nullptr): a false alarm
 };
 
 struct Arrival {

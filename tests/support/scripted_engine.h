@@ -40,8 +40,8 @@ SCRIPTED_API void emit(const std::string &function, int32_t kind, const std::str
 // it is stopped, has recognised "open".
 SCRIPTED_API void playTurns();
 
-// Lets the call of that number from now on, whatever its function, fail; 0: none. And how many calls
-// there were since.
+// Lets the call of that number from now on, whatever its function, fail; 0: none. And how many
+// calls there were since.
 SCRIPTED_API void failCall(int64_t number);
 SCRIPTED_API int64_t countedCalls();
 

@@ -63,7 +63,8 @@ struct AnyChunk : Library, testing::WithParamInterface<std::tuple<const char *, 
 
     void SetUp() override
     {
-        if (!(detector == "webrtc" ? HAS_WEBRTC : HAS_SILERO))
+        const bool isWebrtc = detector == "webrtc";
+        if ((isWebrtc && !HAS_WEBRTC) || (!isWebrtc && !HAS_SILERO))
             GTEST_SKIP() << "this build could not get " << detector;
     }
     std::string params() const

@@ -42,7 +42,7 @@ TEST_F(ThreadFailure, LeavesTheSlotEmptyAndTheInstanceGoesOn)
     for (const auto &[last, started, errors] : cases) {
         forget();
         refuseThreads(last.empty());
-        spy::record()->onNodeNew = [&](const std::string &name) {
+        spy::record()->onNodeNew = [&last = last](const std::string &name) {
             if (name == last) refuseThreads(true);
         };
         beginSystem(R"({"vad":{},"asr":{},"gram":{}})");
