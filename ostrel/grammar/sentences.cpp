@@ -15,15 +15,19 @@ constexpr size_t kAllSentences = 500;
 
 using ArcLists = std::vector<std::vector<const Arc *>>;
 
-// The states that are reached from `from` without a word, itself included.
-std::vector<int32_t> emptyReach(const ArcLists &arcs, int32_t from)
+// The states that are reached from `from` without a word, itself included. `seenFrom` has for each
+// state where it was last reached from.
+std::vector<int32_t> emptyReach(const ArcLists &arcs, int32_t from, std::vector<int32_t> *seenFrom)
 {
     std::vector<int32_t> reached{from};
+    (*seenFrom)[static_cast<size_t>(from)] = from;
     for (size_t i = 0; i < reached.size(); ++i)
-        for (const Arc *arc : arcs[static_cast<size_t>(reached[i])])
-            if (arc->word == kNoWord &&
-                std::find(reached.begin(), reached.end(), arc->to) == reached.end())
-                reached.push_back(arc->to);
+        for (const Arc *arc : arcs[static_cast<size_t>(reached[i])]) {
+            int32_t &seen = (*seenFrom)[static_cast<size_t>(arc->to)];
+            if (arc->word != kNoWord || seen == from) continue;
+            seen = from;
+            reached.push_back(arc->to);
+        }
     return reached;
 }
 
@@ -172,13 +176,14 @@ bool buildSentences(const Network &network, Sentences *sentences)
         arcs[static_cast<size_t>(arc.from)].push_back(&arc);
     // Only states that a word leads to, and the start, are kept.
     std::vector<int32_t> numbers(arcs.size(), -1);
+    std::vector<int32_t> seenFrom(arcs.size(), -1);
     std::vector<int32_t> kept{network.start};
     numbers[static_cast<size_t>(network.start)] = 0;
     size_t steps = 0;
     sentences->states.clear();
     for (size_t i = 0; i < kept.size(); ++i) {
         SentenceState state;
-        for (int32_t reached : emptyReach(arcs, kept[i])) {
+        for (int32_t reached : emptyReach(arcs, kept[i], &seenFrom)) {
             state.isEnd |= reached == network.final;
             for (const Arc *arc : arcs[static_cast<size_t>(reached)]) {
                 if (arc->word == kNoWord) continue;
