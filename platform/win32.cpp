@@ -2,6 +2,7 @@
 #include "platform/platform.h"
 #include "platform/win32_text.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <ctime>
 #include <fcntl.h>
@@ -224,7 +225,10 @@ int64_t platformFileEnd(std::FILE *stream)
 
 void *platformLibraryOpen(const char *path)
 {
-    return LoadLibraryExW(widen(path).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+    // The libraries beside it are only looked for beside it when it is named with backslashes.
+    std::wstring native = widen(path);
+    std::replace(native.begin(), native.end(), L'/', L'\\');
+    return LoadLibraryExW(native.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
 }
 
 void *platformLibrarySymbol(void *library, const char *name)
