@@ -143,7 +143,7 @@ bool isWholeDefinition(Head *head)
     for (int32_t &number : numbers)
         if (!head->read(&number) || number < 0) return false;
     // The names of the units, each with its zero, up to a multiple of four.
-    for (int32_t i = 0; i < numbers[phones]; ++i)
+    for (int32_t i = 0; i < numbers[phones] && head->at < head->bytes.size(); ++i)
         head->at = std::min(head->bytes.find('\0', head->at), head->bytes.size() - 1) + 1;
     head->at = (head->at + 3) / 4 * 4;
     int64_t bytes = 4 + int64_t{8} * numbers[tree] + int64_t{12} * numbers[triphones] +

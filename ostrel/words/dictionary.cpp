@@ -159,7 +159,8 @@ bool hasPhone(const Dictionary &dictionary, std::string_view phone)
     };
     for (size_t at = 0; (at = content.find(phone, at)) != std::string::npos; ++at) {
         const size_t end = at + phone.size();
-        const bool endsThere = end == content.size() || content[end] == '\n' || isBlank(end);
+        const bool endsThere =
+            end == content.size() || content[end] == '\n' || content[end] == '#' || isBlank(end);
         if (endsThere && at > 0 && isBlank(at - 1)) return true;
     }
     return false;
