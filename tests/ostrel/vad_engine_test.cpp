@@ -151,7 +151,8 @@ TEST_P(AnyDetector, CuttingOfTheAudioIntoCallsChangesNothingButWhenItIsTold)
     for (int pauseMs : {300, 500}) {
         const Heard expected = detector.hear(audio, kBytesPerMs, pauseMs);
         ASSERT_EQ(expected.statuses, "1212");
-        for (size_t chunkBytes : {1, 320, 639, 640, 1024, 3199, 6400, 12800, 64000, 1000000}) {
+        for (size_t chunkBytes : std::initializer_list<size_t>{1, 320, 639, 640, 1024, 3199, 6400,
+                                                               12800, 64000, 1000000}) {
             const Heard heard = detector.hear(audio, chunkBytes, pauseMs);
             EXPECT_TRUE(heard == expected) << chunkBytes;
             for (size_t i = 0; i < heard.statuses.size(); ++i) {

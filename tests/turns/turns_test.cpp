@@ -106,7 +106,8 @@ TEST_P(AnyChunk, GivesTheRatioOfTenMilliseconds)
 {
     const std::vector<double> expected = measured(320);
     ASSERT_EQ(expected.size(), isFullDuplex ? 2U : 1U);
-    for (size_t chunkBytes : {32, 333, 640, 3200, 12801, 31999, 64000}) {
+    for (size_t chunkBytes :
+         std::initializer_list<size_t>{32, 333, 640, 3200, 12801, 31999, 64000}) {
         SCOPED_TRACE(chunkBytes);
         const std::vector<double> seen = measured(chunkBytes);
         ASSERT_EQ(seen.size(), expected.size()) << chunkBytes;
